@@ -1,0 +1,36 @@
+# Installation layout and the find_package(kelp) / pkg-config packages.
+include_guard(GLOBAL)
+include(CMakePackageConfigHelpers)
+
+set(KELP_INSTALL_TARGETS kelp kelp-host)
+if(KELP_PLATFORM STREQUAL "bundled")
+  list(APPEND KELP_INSTALL_TARGETS kelp-platform)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/include/
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev FILES_MATCHING PATTERN "*.h")
+endif()
+install(TARGETS ${KELP_INSTALL_TARGETS} EXPORT kelpTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS kelp-tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/kelp ${PROJECT_SOURCE_DIR}/host/include/kelp
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev FILES_MATCHING PATTERN "*.h")
+install(FILES ${PROJECT_BINARY_DIR}/include/kelp/kelp.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelp COMPONENT dev)
+
+set(KELP_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/kelp)
+install(EXPORT kelpTargets NAMESPACE kelp:: DESTINATION ${KELP_CMAKE_DIR} COMPONENT dev)
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/kelpConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/kelpConfig.cmake INSTALL_DESTINATION ${KELP_CMAKE_DIR})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/kelpConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/kelpConfig.cmake ${PROJECT_BINARY_DIR}/kelpConfigVersion.cmake
+  DESTINATION ${KELP_CMAKE_DIR} COMPONENT dev)
+
+# The .pc file finds its prefix relative to its own folder, so that an
+# installed tree can be moved (or unpacked into a staging root).
+file(RELATIVE_PATH KELP_PC_PREFIX_REL
+  /kelp-prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /kelp-prefix)
+string(REGEX REPLACE "/$" "" KELP_PC_PREFIX_REL "${KELP_PC_PREFIX_REL}")
+configure_file(${PROJECT_SOURCE_DIR}/cmake/kelp.pc.in ${PROJECT_BINARY_DIR}/kelp.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/kelp.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)

@@ -1,0 +1,20 @@
+# Compiler settings shared by every target of the project.
+include_guard(GLOBAL)
+
+find_program(KELP_CCACHE ccache)
+if(KELP_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_C_COMPILER_LAUNCHER ${KELP_CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${KELP_CCACHE})
+endif()
+
+set(KELP_SANITIZE "" CACHE STRING "Sanitizers for every target: address,undefined | thread | empty")
+if(KELP_SANITIZE)
+  add_compile_options(-fsanitize=${KELP_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${KELP_SANITIZE})
+endif()
+
+function(kelp_warnings target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra
+    $<$<BOOL:${KELP_WERROR}>:-Werror>)
+endfunction()
+option(KELP_WERROR "Treat warnings as errors" ON)
