@@ -18,3 +18,11 @@ function(kelp_warnings target)
     $<$<BOOL:${KELP_WERROR}>:-Werror>)
 endfunction()
 option(KELP_WERROR "Treat warnings as errors" ON)
+
+# Shared libraries refuse undefined symbols, except under the sanitizers,
+# whose runtime only the executables link.
+if(KELP_SANITIZE)
+  set(KELP_NO_UNDEFINED "")
+else()
+  set(KELP_NO_UNDEFINED -Wl,--no-undefined)
+endif()
