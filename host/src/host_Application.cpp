@@ -4,7 +4,9 @@
 
 namespace kelp::host {
 
-zob::Ref<Application> Application::create() { return zob::Ref<Application>(new Application); }
+zob::Ref<Application> Application::create() {
+  return zob::Ref<Application>(new Application);
+}
 
 Application::~Application() = default;
 
