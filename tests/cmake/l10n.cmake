@@ -12,3 +12,14 @@ foreach(lang de fr)
     ENVIRONMENT "LC_ALL=${lang}_${country}.UTF-8;LANGUAGE=;KELP_LOCALEDIR=${PROJECT_BINARY_DIR}/locale"
     SKIP_RETURN_CODE 77)
 endforeach()
+
+# Every catalogue translates every text of the template.
+find_program(KELP_MSGCMP msgcmp)
+if(KELP_MSGCMP)
+  foreach(lang de fr)
+    add_test(NAME l10n_catalogue_complete_${lang}
+      COMMAND ${KELP_MSGCMP} ${PROJECT_SOURCE_DIR}/po/${lang}.po
+              ${PROJECT_SOURCE_DIR}/po/quv-kelp.pot)
+    set_tests_properties(l10n_catalogue_complete_${lang} PROPERTIES LABELS unit)
+  endforeach()
+endif()
