@@ -9,6 +9,7 @@
 #include <zob/zob_mem.h>
 
 #include <string>
+#include <string_view>
 
 namespace qor::quv::util {
 
@@ -78,12 +79,22 @@ RegNode Registry::openModule(fw::IApplication* app, const char* key1, const char
                  << (localMachine ? "<local machine>" : "<current user>"));
     return RegNode();
   }
+  // The path key1/key2/key3 is walked one component at a time; a key that
+  // itself holds several components ("Vendor/App") is walked the same way,
+  // and an empty component fails like any other bad name.
   for (const char* key : {key1, key2, key3}) {
     if (!key) continue;
-    // Opening for reading logs a missing component; creating logs its own
-    // failure ("Failed to create registry node ...").
-    node = node.open(key, !readOnly);
-    if (!node.isOpen()) return RegNode();
+    std::string_view rest(key);
+    for (;;) {
+      std::size_t slash = rest.find('/');
+      std::string part(rest.substr(0, slash));
+      // Opening for reading logs a missing component; creating logs its own
+      // failure ("Failed to create registry node ...").
+      node = node.open(part.c_str(), !readOnly);
+      if (!node.isOpen()) return RegNode();
+      if (slash == std::string_view::npos) break;
+      rest.remove_prefix(slash + 1);
+    }
   }
   return node;
 }

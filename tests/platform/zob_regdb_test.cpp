@@ -376,6 +376,22 @@ TEST_F(RegDb, ReadOnlyRootOfAMissingDatabaseIsNotFound) {
   EXPECT_EQ(access(dbFile(kLocalMachine).c_str(), F_OK), -1);  // nothing made when reading
 }
 
+TEST_F(RegDb, AFolderThatCannotHoldTheDatabase) {
+  // The folder named is a plain file.
+  std::string notAFolder = dir_.file("plain");
+  kelp::test::writeFile(notAFolder, "x");
+  setenv("KELP_REGISTRY_DIR", notAFolder.c_str(), 1);
+  auto reg = makeRegistry();
+  int key = 0;
+  EXPECT_EQ(reg->openRoot(kCurrentUser, kAccessAll, &key), zob::kIOError);
+  EXPECT_EQ(reg->openRoot(kCurrentUser, kAccessRead, &key), zob::kNotFound);
+  EXPECT_EQ(kelp::test::readFile(notAFolder), "x");
+  // A folder that does not exist yet is made.
+  setenv("KELP_REGISTRY_DIR", dir_.file("a/b/c").c_str(), 1);
+  ASSERT_EQ(reg->openRoot(kCurrentUser, kAccessAll, &key), zob::kOk);
+  EXPECT_EQ(access(dir_.file("a/b/c/current_user.db").c_str(), F_OK), 0);
+}
+
 TEST_F(RegDb, BadNamesAreRefused) {
   auto reg = makeRegistry();
   int r = root(reg.get());

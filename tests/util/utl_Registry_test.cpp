@@ -499,9 +499,28 @@ TEST_F(RegistryTest, ModulesBelowVendorAndProduct) {
   std::list<std::string> names;
   ASSERT_TRUE(Registry::openCurrentUser(app_.get(), true).listNodes(&names));
   EXPECT_EQ(names, (std::list<std::string>{"A", "Brindlecraft"}));
-  EXPECT_FALSE(Registry::openModule(app_.get(), "A", "bad/name", "C", false, false).isOpen());
+  // Keys with several components are walked one by one; empty ones fail.
+  RegNode deep = Registry::openModule(app_.get(), "A", "B/C", "D", false, false);
+  EXPECT_EQ(deep.getPath(), "CURRENT_USER/A/B/C/D");
+  ASSERT_TRUE(deep.put("v", 4));
+  int v = 0;
+  EXPECT_TRUE(Registry::openCurrentUser(app_.get(), true)
+                  .open("A")
+                  .open("B")
+                  .open("C")
+                  .open("D")
+                  .get("v", &v));
+  EXPECT_EQ(v, 4);
+  EXPECT_FALSE(Registry::openModule(app_.get(), "A", "B//C", "D", false, false).isOpen());
+  EXPECT_FALSE(Registry::openModule(app_.get(), "", nullptr, nullptr, true, false).isOpen());
+  std::string tooLong(300, 'n');
+  EXPECT_FALSE(Registry::openModule(app_.get(), "A", tooLong.c_str(), "C", false, false).isOpen());
   EXPECT_EQ(messages(),
-            Strings{"Failed to create registry node CURRENT_USER/A/bad/name: invalid argument"});
+            (Strings{
+                "Failed to create registry node CURRENT_USER/A/B/: invalid argument",
+                "Failed to open registry node CURRENT_USER/: invalid argument",
+                "Failed to create registry node CURRENT_USER/A/" + tooLong + ": invalid argument",
+            }));
 }
 
 TEST_F(RegistryTest, AppModules) {

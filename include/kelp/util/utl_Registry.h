@@ -39,8 +39,9 @@ class KELP_API Registry {
   static RegNode openLocalMachine(fw::IApplication* app, bool readOnly);
   static RegNode openCurrentUser(fw::IApplication* app, bool readOnly);
 
-  /* The key key1/key2/key3 below the root; null components are skipped.
-   * Writable, missing components are made. */
+  /* The key key1/key2/key3 below the root, one component at a time (a key
+   * may hold several, "Vendor/App"); null keys are skipped. Writable,
+   * missing components are made. */
   static RegNode openModule(fw::IApplication* app, const char* key1, const char* key2,
                             const char* key3, bool readOnly, bool localMachine);
 

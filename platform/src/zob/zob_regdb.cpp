@@ -318,7 +318,9 @@ ZResult openDatabase(Hive hive, bool needWrite, sqlite3** out) {
   }
   if (rc != SQLITE_OK) {
     sqlite3_close(db);
-    return (rc & 0xff) == SQLITE_CANTOPEN ? zob::kNotFound : sqliteResult(rc);
+    if ((rc & 0xff) != SQLITE_CANTOPEN) return sqliteResult(rc);
+    return ::access(folder.c_str(), W_OK) != 0 && errno == EACCES ? zob::kPermissionDenied
+                                                                  : zob::kIOError;
   }
   bool readOnly = sqlite3_db_readonly(db, "main") == 1;
   auto fail = [&](ZResult r) {
@@ -672,7 +674,7 @@ class Registry final : public zob::Adapter<zob::regdb::IRegistry> {
       freeNames();
       return zob::kOutOfMemory;
     }
-    std::memcpy(buffer, names.data(), names.size() * sizeof(char*));
+    if (!names.empty()) std::memcpy(buffer, names.data(), names.size() * sizeof(char*));
     out->length = static_cast<std::uint32_t>(names.size());
     out->buffer = buffer;
     return zob::kOk;
