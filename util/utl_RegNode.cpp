@@ -81,6 +81,7 @@ RegNode::RegNode(const RegNode& other) : data_(other.data_) {
 }
 
 RegNode& RegNode::operator=(const RegNode& other) {
+  if (this == &other) return *this;
   if (other.data_) ktzAtomicIncrement(&other.data_->refs);
   release();
   data_ = other.data_;

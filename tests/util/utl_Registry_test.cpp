@@ -361,6 +361,9 @@ TEST_F(RegistryTest, ClosedNodesAndSharedData) {
   RegNode copy = child;
   RegNode assigned;
   assigned = copy;
+  RegNode& self = assigned;
+  assigned = self;  // keeps its share
+  EXPECT_TRUE(assigned.isOpen());
   EXPECT_EQ(copy.getKey(), child.getKey());
   EXPECT_EQ(copy.getRegistry(), child.getRegistry());
   EXPECT_NE(child.getRegistry(), nullptr);

@@ -33,8 +33,9 @@
  *   reg->closeKey(key);
  *   reg->closeKey(root);
  *
- * An instance may be used from several threads (its operations take a
- * lock). */
+ * The folder is looked up when an instance first opens a hive. An instance
+ * may be used from several threads (its operations take a lock); it must not
+ * be carried across fork(): a child makes its own. */
 #ifndef ZOB_ZOB_REGDB_H
 #define ZOB_ZOB_REGDB_H
 
