@@ -128,6 +128,15 @@ struct SimpleXMLReader::Data {
     utf32CodecFailed = false;
   }
 
+  // The flag of a known feature, or null.
+  bool* feature(const std::string& name) {
+    if (name == SimpleXMLReader::Namespaces) return &namespaces;
+    if (name == SimpleXMLReader::NamespacePrefixes) return &namespacePrefixes;
+    if (name == SimpleXMLReader::UseUTF8) return &useUtf8;
+    if (name == SimpleXMLReader::HTML4Entities) return &html4Entities;
+    return nullptr;
+  }
+
   // ---- errors -------------------------------------------------------------
 
   // Reports msg as a fatal error at the current input position. Always
@@ -448,7 +457,10 @@ struct SimpleXMLReader::Data {
   // character reference inside a value delimited by that quote. They are
   // expanded in place, exactly as reading those texts would: a character
   // reference is delivered on its own, a plain character starts the next
-  // run of character data.
+  // run of character data. A name the reader does not know goes to
+  // skippedEntity, in content and in attribute values alike. Declared
+  // entities (read through the input stack) and the HTML 4 set, when they
+  // come, are looked up before the predefined names.
   bool entityReference(RefContext where, char quote, const char* name, std::string& out) {
     struct Predefined {
       const char* name;
@@ -966,14 +978,8 @@ LexicalHandler* SimpleXMLReader::getLexicalHandler() const {
   return d->lexical;
 }
 
-namespace {
-
-bool* featureFlag(SimpleXMLReader::Data* d, const std::string& name);
-
-}  // namespace
-
 void SimpleXMLReader::setFeature(const std::string& name, bool value) {
-  if (bool* flag = featureFlag(d, name)) {
+  if (bool* flag = d->feature(name)) {
     *flag = value;
     return;
   }
@@ -982,26 +988,14 @@ void SimpleXMLReader::setFeature(const std::string& name, bool value) {
 }
 
 bool SimpleXMLReader::getFeature(const std::string& name) {
-  if (bool* flag = featureFlag(d, name)) return *flag;
+  if (bool* flag = d->feature(name)) return *flag;
   util::eDebug(d->app.get(), QUV_LOG_CATEGORY, std::string("Unknown feature %1") << name);
   return false;
 }
 
 bool SimpleXMLReader::hasFeature(const std::string& name) {
-  return featureFlag(d, name);
+  return d->feature(name);
 }
-
-namespace {
-
-bool* featureFlag(SimpleXMLReader::Data* d, const std::string& name) {
-  if (name == SimpleXMLReader::Namespaces) return &d->namespaces;
-  if (name == SimpleXMLReader::NamespacePrefixes) return &d->namespacePrefixes;
-  if (name == SimpleXMLReader::UseUTF8) return &d->useUtf8;
-  if (name == SimpleXMLReader::HTML4Entities) return &d->html4Entities;
-  return nullptr;
-}
-
-}  // namespace
 
 bool SimpleXMLReader::parse(InputSource* input) {
   return d->parse(input);

@@ -70,9 +70,8 @@ class KELP_API SimpleXMLReader : public XMLReader {
   /* Reads the file at systemId. */
   bool parse(const std::string& systemId) override;
 
-  struct Data;
-
  private:
+  struct Data;
   Data* d;
 };
 
