@@ -86,14 +86,14 @@ char lowerByte(char c) {
 const char* (*sPStrAlloc)(const char* s, std::size_t n) = pstrAllocInit;
 
 const char* pstrAlloc(const char* s, std::size_t n) {
-  return sTable ? sTable->alloc(s, n) : nullptr;
+  return sTable ? sTable->intern(s, n) : nullptr;
 }
 
 const char* pstrAllocInit(const char* s, std::size_t n) {
   if (!sTable) sTable = new (std::nothrow) PStrTab();
   if (!sTable) return nullptr;
   sPStrAlloc = pstrAlloc;
-  return sTable->alloc(s, n);
+  return pstrAlloc(s, n);
 }
 
 PStrTab::PStrTab()
@@ -157,6 +157,12 @@ PStrTab::Entry* PStrTab::allocEntry(std::size_t size) {
 }
 
 const char* PStrTab::alloc(const char* s, std::size_t n) {
+  return intern(s, n);
+}
+
+// The lookup proper, kept inside the library so that pstrAlloc reaches it
+// without going through the exported (interposable) alloc.
+inline const char* PStrTab::intern(const char* s, std::size_t n) {
   if (!s || !mBuckets) return nullptr;
   const uint32_t h = hash(s, n);
   Entry** bucket = &mBuckets[h & (mBucketCount - 1)];

@@ -60,8 +60,16 @@ TEST(PString, HashIsStoredWithTheText) {
   EXPECT_EQ(PStrTab::hash("ab", 2), 65u * 97u + 98u);
   EXPECT_EQ(PString("").getHash(), 0u);
   EXPECT_EQ(PString().getHash(), 0u);
-  const std::vector<std::string> texts = {
-      "a", "\xff", "\x80\x01", "Hello, World", std::string(300, 'z'), std::string("a\0b", 3)};
+  const std::vector<std::string> texts = {"a",
+                                          "\xff",
+                                          "\x80\x01",
+                                          "Hello, World",
+                                          std::string(300, 'z'),
+                                          std::string("a\0b", 3),
+                                          "abcd",
+                                          "abcde",
+                                          "abcdefg",
+                                          "\xff\xfe\xfd\xfc\xfb"};
   for (const std::string& t : texts) {
     SCOPED_TRACE(t.substr(0, 20));
     EXPECT_EQ(PStrTab::hash(t.data(), t.size()), refHash(t));

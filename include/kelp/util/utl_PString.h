@@ -89,8 +89,16 @@ class KELP_API PStrTab {
 
   /* h = h * 65 + byte over the unsigned bytes, in 32-bit arithmetic. */
   static constexpr uint32_t hash(const char* s, std::size_t n) {
+    // Four bytes per step: h*65^4 + b0*65^3 + b1*65^2 + b2*65 + b3 is the
+    // same sum modulo 2^32, with a shorter chain of dependent multiplies.
     uint32_t h = 0;
-    for (std::size_t i = 0; i < n; ++i) h = h * 65u + static_cast<unsigned char>(s[i]);
+    std::size_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+      h = h * 17850625u + static_cast<unsigned char>(s[i]) * 274625u +
+          static_cast<unsigned char>(s[i + 1]) * 4225u +
+          static_cast<unsigned char>(s[i + 2]) * 65u + static_cast<unsigned char>(s[i + 3]);
+    }
+    for (; i < n; ++i) h = h * 65u + static_cast<unsigned char>(s[i]);
     return h;
   }
 
@@ -103,7 +111,9 @@ class KELP_API PStrTab {
 
  private:
   friend struct detail::PStrTabProbe;
+  friend const char* pstrAlloc(const char* s, std::size_t n);
 
+  const char* intern(const char* s, std::size_t n);
   Entry* allocEntry(std::size_t size);
   void keepBlock(void* block);
 
