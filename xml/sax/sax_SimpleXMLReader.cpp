@@ -75,7 +75,8 @@ struct SimpleXMLReader::Data {
   bool html4Entities = false;
 
   // Scratch texts: character data, comments and PI data (text); attribute
-  // and declaration values (value); names that span buffer refills (name).
+  // and declaration values (value); names that span buffer refills
+  // (nameBuf).
   std::string text;
   std::string value;
   std::string nameBuf;
@@ -105,9 +106,12 @@ struct SimpleXMLReader::Data {
   // The attributes of the start tag being read, in document order.
   struct RawAttr {
     const char* name;
+    size_t length;
     const char* value;
   };
   std::vector<RawAttr> attrs;
+  // The list handed to startElement, emptied and refilled for every tag.
+  Attributes list;
 
   // Open elements, document element first.
   struct Open {
@@ -527,13 +531,14 @@ struct SimpleXMLReader::Data {
   }
 
   // Splits a qualified name: uri and localName per the namespace rules.
-  void resolve(const char* qName, bool isElement, const char** uri, const char** localName) {
+  void resolve(const char* qName, size_t length, bool isElement, const char** uri,
+               const char** localName) {
     if (!namespaces) {
       *uri = kEmpty;
       *localName = kEmpty;
       return;
     }
-    const char* colon = std::strchr(qName, ':');
+    const char* colon = static_cast<const char*>(std::memchr(qName, ':', length));
     if (!colon) {
       *uri = isElement ? defaultUri : kEmpty;
       *localName = qName;
@@ -592,19 +597,19 @@ struct SimpleXMLReader::Data {
         }
       }
       if (attrs.capacity() == 0) attrs.reserve(32);
-      attrs.push_back({name, v});
+      attrs.push_back({name, nameLength, v});
     }
 
     const char* uri;
     const char* localName;
-    resolve(qName, true, &uri, &localName);
-    Attributes list;
+    resolve(qName, qLength, true, &uri, &localName);
+    reader->clearAttributes(&list);
     if (!attrs.empty()) {
       reader->reserveAttributes(&list, static_cast<unsigned>(attrs.size()));
       for (const RawAttr& a : attrs) {
         const char* aUri;
         const char* aLocal;
-        resolve(a.name, false, &aUri, &aLocal);
+        resolve(a.name, a.length, false, &aUri, &aLocal);
         reader->addAttribute(&list, aUri, aLocal, a.name, kCData, a.value);
       }
     }

@@ -166,6 +166,20 @@ TEST(SimpleXMLReaderDocument, PrologAndTrailingMiscellany) {
   });
 }
 
+TEST(SimpleXMLReaderDocument, FatalErrorsCarryTheInputsIdsAndLine) {
+  Recorder rec;
+  SimpleXMLReader reader(nullptr);
+  install(reader, rec, Options());
+  std::istringstream in("<a>\n\n</b>");
+  ISInputSource source("pub", "sys.xml", &in, false);
+  EXPECT_FALSE(reader.parse(&source));
+  EXPECT_EQ(rec.lastFatal.getMessage(), "element start/end tag name mismatch: a vs. b");
+  EXPECT_EQ(rec.lastFatal.getPublicId(), "pub");
+  EXPECT_EQ(rec.lastFatal.getSystemId(), "sys.xml");
+  EXPECT_EQ(rec.lastFatal.getLineNumber(), 3);
+  EXPECT_EQ(rec.lastFatal.getColumnNumber(), 0);
+}
+
 TEST(SimpleXMLReaderDocument, RefusedStartDocumentStillEndsTheDocument) {
   Recorder rec;
   rec.stopAt = "startDocument";
@@ -238,6 +252,10 @@ TEST(SimpleXMLReaderDocument, ParseFileMessagesAndSuccess) {
   std::string missing = dir.file("missing.xml");
   EXPECT_FALSE(reader.parse(missing));
   EXPECT_EQ(rec.text(), "fatal L0: entity '" + missing + "' doesn't exist\n");
+  rec.lines.clear();
+  // A folder exists and is readable, but no stream opens on it.
+  EXPECT_FALSE(reader.parse(dir.path()));
+  EXPECT_EQ(rec.text(), "fatal L0: failed to open entity '" + dir.path() + "'\n");
   rec.lines.clear();
   std::string good = dir.file("good.xml");
   kelp::test::writeFile(good, "<?xml version=\"1.0\"?>\n<a>x</a>\n");

@@ -85,6 +85,7 @@ class Recorder : public DefaultHandler {
   bool endCDATA() override { return add("/cdata"); }
   bool fatalError(const SAXParseException& e) override {
     lines.push_back("fatal L" + std::to_string(e.getLineNumber()) + ": " + e.getMessage());
+    lastFatal = e;
     return fatalResult;
   }
   bool error(const SAXParseException& e) override {
@@ -98,6 +99,7 @@ class Recorder : public DefaultHandler {
   std::string getErrorMessage() override { return stopMessage; }
 
   bool fatalResult = false;
+  SAXParseException lastFatal;
 
  private:
   bool add(const std::string& l) {
