@@ -18,8 +18,9 @@
 // result. Unexpected results fail the test when KELP_CONFORMANCE_ENFORCE is
 // set to 1 (the build sets it from the CMake option of the same name);
 // otherwise they are reported and counted only. A crash, a document that
-// produces unbounded output, an unreadable catalogue or a bad line in the
-// deviation list always fails.
+// produces unbounded output or does not finish within a minute (the program
+// then ends at once, naming the test case), an unreadable catalogue or a
+// bad line in the deviation list always fails.
 //
 // Environment: KELP_XMLCONF_DIR overrides where the suite is looked for;
 // KELP_XMLCONF_TRACE=1 prints each test case before it runs;
@@ -32,6 +33,7 @@
 #include <kelp/xml/sax/sax_SimpleXMLReader.h>
 #include <kelp/xml/xml_CanonicalWriter.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -42,6 +44,8 @@
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <unistd.h>
 
 using namespace qor::quv::xml::sax;
 using qor::quv::xml::CanonicalWriter;
@@ -97,6 +101,21 @@ const char* const kRules[] = {
 
 // Output beyond this size stops a document: no test case comes near it.
 const std::size_t kOutputLimit = 16 * 1024 * 1024;
+
+// A document that takes longer than this ends the program, naming the test
+// case; each takes milliseconds.
+const unsigned kSecondsPerDocument = 60;
+
+// The test case being run, for the alarm handler: "xmlconf: <id> did not
+// finish ...\n", prepared before the alarm is set.
+char gTimeoutMessage[512];
+std::size_t gTimeoutMessageLength = 0;
+
+extern "C" void onDocumentTimeout(int) {
+  ssize_t written = ::write(2, gTimeoutMessage, gTimeoutMessageLength);
+  (void)written;
+  ::_exit(3);
+}
 
 struct TestCase {
   std::string suite;
@@ -287,6 +306,10 @@ TEST(XmlConformance, W3CSuite) {
                  << "; run scripts/fetch-test-data.sh";
   const bool enforce = std::string(envOr("KELP_CONFORMANCE_ENFORCE", "0")) == "1";
   const bool trace = std::string(envOr("KELP_XMLCONF_TRACE", "0")) == "1";
+  struct sigaction onAlarm {};
+  onAlarm.sa_handler = onDocumentTimeout;
+  sigemptyset(&onAlarm.sa_mask);
+  ASSERT_EQ(sigaction(SIGALRM, &onAlarm, nullptr), 0);
 
   // The catalogues. Some are fragments meant to be included as external
   // entities (a run of TEST elements without a document element), so each
@@ -384,7 +407,15 @@ TEST(XmlConformance, W3CSuite) {
       haveExpected = ok;
     }
     bool secondForm = haveExpected && expected.find("<!DOCTYPE") != std::string::npos;
+    gTimeoutMessageLength = static_cast<std::size_t>(
+        std::snprintf(gTimeoutMessage, sizeof gTimeoutMessage,
+                      "xmlconf: %s (%s) did not finish within %u seconds\n", t.id.c_str(),
+                      t.file.c_str(), kSecondsPerDocument));
+    if (gTimeoutMessageLength >= sizeof gTimeoutMessage)
+      gTimeoutMessageLength = sizeof gTimeoutMessage - 1;
+    ::alarm(kSecondsPerDocument);
     Result r = run(t, secondForm);
+    ::alarm(0);
     EXPECT_FALSE(r.overflow) << t.id << ": canonical output passed " << kOutputLimit << " bytes";
 
     std::string problem;
