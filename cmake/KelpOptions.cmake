@@ -13,6 +13,12 @@ if(KELP_SANITIZE)
   add_link_options(-fsanitize=${KELP_SANITIZE})
 endif()
 
+# Fuzz builds instrument the whole library for coverage, not only the
+# targets, so that libFuzzer's guidance sees the parsers' branches.
+if(KELP_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 function(kelp_warnings target)
   target_compile_options(${target} PRIVATE -Wall -Wextra
     $<$<BOOL:${KELP_WERROR}>:-Werror>)
