@@ -308,8 +308,9 @@ bool addExact(const Unpacked& a, const Unpacked& b, D* out) {
   const int shift = hiE.exp - loE.exp;
   if (shift > f.digits) return false;
   const u128 limit = maxCoef(f);
-  const u128 scaled = hiE.coef * pow10(shift);
-  if (scaled >= limit) return false;
+  const u128 scale = pow10(shift);
+  if (hiE.coef >= (limit + scale - 1) / scale) return false;  // scaled >= limit
+  const u128 scaled = hiE.coef * scale;
   Unpacked r;
   r.exp = loE.exp;
   if (a.neg == b.neg) {
@@ -392,7 +393,8 @@ D scaleB(const D& d, int n) {
   // Beyond twice the exponent range every result is an overflow or an
   // underflow already; limit n so that the arithmetic accepts it.
   const Format& f = formatOf<D>();
-  const int limit = 2 * (f.maxExp + 2 * f.digits);
+  const int emax = f.maxExp + f.digits - 1;
+  const int limit = 2 * (emax + f.digits);
   if (n > limit) n = limit;
   if (n < -limit) n = -limit;
   decNumber x, k, res;
