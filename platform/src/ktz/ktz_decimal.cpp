@@ -194,35 +194,32 @@ void toNumber(const Unpacked& u, decNumber* n) {
     return;
   }
   if (u.kind == Kind::Finite) n->exponent = u.exp;
-  // Units of three digits, least significant first; split the coefficient
-  // once so that the loop works on 64-bit words.
-  std::uint64_t parts[2] = {static_cast<std::uint64_t>(u.coef % kPow10_17),
-                            static_cast<std::uint64_t>(u.coef / kPow10_17)};
-  int units = 0;
-  int digits = 1;
-  for (int p = 0; p < 2; ++p) {
-    std::uint64_t v = parts[p];
-    if (p == 1 && v == 0) break;
-    // 17 digits per part: five full units and two digits spill into the
-    // sixth, so handle the part digit by digit through a small buffer.
-    char buf[17];
-    for (int i = 0; i < 17; ++i) {
-      buf[i] = static_cast<char>(v % 10);
-      v /= 10;
-    }
-    for (int i = 0; i < 17; ++i) {
-      const int pos = p * 17 + i;  // decimal position of this digit
-      const int unit = pos / DECDPUN;
-      if (unit >= units) {
-        n->lsu[unit] = 0;
-        units = unit + 1;
-      }
-      static constexpr int kScale[3] = {1, 10, 100};
-      n->lsu[unit] = static_cast<decNumberUnit>(n->lsu[unit] + buf[i] * kScale[pos % DECDPUN]);
-      if (buf[i] != 0) digits = pos + 1;
+  // Units of three digits, least significant first: split the coefficient
+  // once into two 18-digit words so that the loop runs on 64-bit words.
+  constexpr std::uint64_t kPow10_18 = 1000000000000000000ull;
+  std::uint64_t words[2];
+  if ((u.coef >> 64) == 0) {
+    const std::uint64_t c = static_cast<std::uint64_t>(u.coef);
+    words[0] = c % kPow10_18;
+    words[1] = c / kPow10_18;
+  } else {
+    words[0] = static_cast<std::uint64_t>(u.coef % kPow10_18);
+    words[1] = static_cast<std::uint64_t>(u.coef / kPow10_18);
+  }
+  int units = 1;
+  n->lsu[0] = 0;
+  for (int w = 0; w < 2; ++w) {
+    std::uint64_t v = words[w];
+    for (int i = 0; i < 6 && (v != 0 || w == 0); ++i) {
+      const int unit = w * 6 + i;
+      n->lsu[unit] = static_cast<decNumberUnit>(v % 1000);
+      v /= 1000;
+      if (n->lsu[unit] != 0) units = unit + 1;
+      if (v == 0 && words[1] == 0) break;
     }
   }
-  n->digits = digits;
+  const int top = n->lsu[units - 1];
+  n->digits = (units - 1) * DECDPUN + (top >= 100 ? 3 : top >= 10 ? 2 : 1);
 }
 
 Unpacked fromNumber(const decNumber* n) {
@@ -343,14 +340,9 @@ bool mulExact(const Unpacked& a, const Unpacked& b, D* out) {
   const int e = a.exp + b.exp;
   if (e < -f.bias || e > f.maxExp) return false;
   const u128 limit = maxCoef(f);
-  if (a.coef >> 64 || b.coef >> 64) {
-    if (b.coef != 0 && a.coef > (limit - 1) / b.coef) return false;
-  } else if (a.coef > (limit - 1) / b.coef) {
-    return false;
-  }
+  if (a.coef > (limit - 1) / b.coef) return false;  // the product would not fit
   Unpacked r;
   r.coef = a.coef * b.coef;
-  if (r.coef >= limit) return false;
   r.exp = e;
   r.neg = a.neg != b.neg;
   if constexpr (sizeof(D) == 8) {
@@ -484,19 +476,19 @@ std::string toFixed(const D& d, int decimals) {
     std::string kept;
     if (drop > digits.size()) {
       rest = u.coef != 0;
-      kept = "0";
     } else {
-      kept = digits.substr(0, digits.size() - drop);
-      const std::string dropped = digits.substr(digits.size() - drop);
-      firstDropped = dropped[0] - '0';
-      rest = dropped.find_first_not_of('0', 1) != std::string::npos;
-      if (kept.empty()) kept = "0";
+      const size_t keep = digits.size() - drop;
+      kept.append(digits, 0, keep);
+      firstDropped = digits[keep] - '0';
+      rest = digits.find_first_not_of('0', keep + 1) != std::string::npos;
     }
+    if (kept.empty()) kept.push_back('0');
     if (roundsUp(tRounding, u.neg, kept.back() - '0', firstDropped, rest)) {
       size_t i = kept.size();
       while (i > 0 && kept[i - 1] == '9') kept[--i] = '0';
       if (i == 0) {
-        kept.insert(kept.begin(), '1');
+        kept.push_back('0');
+        kept[0] = '1';  // all nines: 99 becomes 100
       } else {
         ++kept[i - 1];
       }
