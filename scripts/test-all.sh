@@ -41,7 +41,7 @@ run_preset() {
     failed=$((failed + ${f:-1}))
     [ "${f:-0}" -eq 0 ] && failed=$((failed + 1))
   fi
-  summary+="$preset: ${p:-0} passed, ${f:-?} failed"$'\n'
+  summary+="$preset: ${p:-0} passed, ${f:-0} failed"$'\n'
 }
 
 mkdir -p build

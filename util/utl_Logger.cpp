@@ -77,8 +77,8 @@ void eDebug(fw::IApplication* app, const char* category, const std::string& text
   log(app, &fw::ILogger::debug, "DEBUG: ", category, text);
 }
 
-void _eAssert(fw::IApplication* app, const char* category, const char* expression,
-              const char* file, int line) {
+void _eAssert(fw::IApplication* app, const char* category, const char* expression, const char* file,
+              int line) {
   std::string text = "QUV assertion failed: %1[%2]: %3";
   text << file << line << expression;
   if (toLogger(app, &fw::ILogger::debug, category, text)) return;

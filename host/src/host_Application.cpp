@@ -4,9 +4,18 @@
 
 namespace kelp::host {
 
-zob::Ref<Application> Application::create() { return zob::Ref<Application>(new Application); }
+zob::Ref<Application> Application::create() {
+  zob::Ref<Application> app(new Application);
+  app->provideInterface(qor::quv::fw::IApplication2::IID, app->hooks_.get());
+  return app;
+}
 
-Application::~Application() = default;
+Application::~Application() {
+  // The dispatcher and the hooks may outlive the application (others can
+  // hold references); they must stop looking up its failures.
+  events_->detach();
+  hooks_->detach();
+}
 
 ZResult Application::queryInterface(const char* iid, zob::IUnknown** out) {
   if (!out) return zob::kInvalidArgument;

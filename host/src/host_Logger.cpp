@@ -8,12 +8,18 @@ namespace kelp::host {
 
 const char* levelName(LogLevel level) {
   switch (level) {
-    case LogLevel::Fatal: return "fatal";
-    case LogLevel::Error: return "error";
-    case LogLevel::Warning: return "warning";
-    case LogLevel::Notice: return "notice";
-    case LogLevel::Info: return "info";
-    case LogLevel::Debug: return "debug";
+    case LogLevel::Fatal:
+      return "fatal";
+    case LogLevel::Error:
+      return "error";
+    case LogLevel::Warning:
+      return "warning";
+    case LogLevel::Notice:
+      return "notice";
+    case LogLevel::Info:
+      return "info";
+    case LogLevel::Debug:
+      return "debug";
   }
   return "?";
 }
@@ -27,12 +33,24 @@ void RecordingLogger::add(LogLevel level, const char* category, const char* text
   records_.push_back({level, category ? category : "", text ? text : ""});
 }
 
-void RecordingLogger::fatal(const char* c, const char* t) { add(LogLevel::Fatal, c, t); }
-void RecordingLogger::error(const char* c, const char* t) { add(LogLevel::Error, c, t); }
-void RecordingLogger::warning(const char* c, const char* t) { add(LogLevel::Warning, c, t); }
-void RecordingLogger::notice(const char* c, const char* t) { add(LogLevel::Notice, c, t); }
-void RecordingLogger::info(const char* c, const char* t) { add(LogLevel::Info, c, t); }
-void RecordingLogger::debug(const char* c, const char* t) { add(LogLevel::Debug, c, t); }
+void RecordingLogger::fatal(const char* c, const char* t) {
+  add(LogLevel::Fatal, c, t);
+}
+void RecordingLogger::error(const char* c, const char* t) {
+  add(LogLevel::Error, c, t);
+}
+void RecordingLogger::warning(const char* c, const char* t) {
+  add(LogLevel::Warning, c, t);
+}
+void RecordingLogger::notice(const char* c, const char* t) {
+  add(LogLevel::Notice, c, t);
+}
+void RecordingLogger::info(const char* c, const char* t) {
+  add(LogLevel::Info, c, t);
+}
+void RecordingLogger::debug(const char* c, const char* t) {
+  add(LogLevel::Debug, c, t);
+}
 
 std::vector<LogRecord> RecordingLogger::records() const {
   std::lock_guard lock(mutex_);
@@ -63,11 +81,23 @@ void StderrLogger::write(LogLevel level, const char* category, const char* text)
   std::fflush(stderr);
 }
 
-void StderrLogger::fatal(const char* c, const char* t) { write(LogLevel::Fatal, c, t); }
-void StderrLogger::error(const char* c, const char* t) { write(LogLevel::Error, c, t); }
-void StderrLogger::warning(const char* c, const char* t) { write(LogLevel::Warning, c, t); }
-void StderrLogger::notice(const char* c, const char* t) { write(LogLevel::Notice, c, t); }
-void StderrLogger::info(const char* c, const char* t) { write(LogLevel::Info, c, t); }
-void StderrLogger::debug(const char* c, const char* t) { write(LogLevel::Debug, c, t); }
+void StderrLogger::fatal(const char* c, const char* t) {
+  write(LogLevel::Fatal, c, t);
+}
+void StderrLogger::error(const char* c, const char* t) {
+  write(LogLevel::Error, c, t);
+}
+void StderrLogger::warning(const char* c, const char* t) {
+  write(LogLevel::Warning, c, t);
+}
+void StderrLogger::notice(const char* c, const char* t) {
+  write(LogLevel::Notice, c, t);
+}
+void StderrLogger::info(const char* c, const char* t) {
+  write(LogLevel::Info, c, t);
+}
+void StderrLogger::debug(const char* c, const char* t) {
+  write(LogLevel::Debug, c, t);
+}
 
 }  // namespace kelp::host

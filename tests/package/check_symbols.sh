@@ -8,7 +8,7 @@ soname=$(readelf -d "$lib" | sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p')
 if [ "$soname" != "libkelp.so.0" ]; then
   echo "SONAME is '$soname', expected libkelp.so.0"; exit 1
 fi
-allowed='^(typeinfo for |typeinfo name for |vtable for )?qor::quv::(util|types|basket|xml|layout)::'
+allowed='^(typeinfo for |typeinfo name for |vtable for |non-virtual thunk to |virtual thunk to )?qor::quv::(util|types|basket|xml|layout)::'
 bad=$(nm -D --defined-only -C "$lib" | cut -d' ' -f3- | grep -v '^KELP_0$' | grep -Ev "$allowed" || true)
 count=$(nm -D --defined-only "$lib" | wc -l)
 if [ -n "$bad" ]; then

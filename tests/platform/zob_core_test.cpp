@@ -98,6 +98,6 @@ TEST(Vorn, PlaceholdersFillLowestFirstAndEveryOccurrence) {
   EXPECT_EQ(s, "2 then one and one again, -7");
   EXPECT_EQ(std::string("%1/%2/%3") << true << 4000000000u << static_cast<const char*>(nullptr),
             "true/4000000000/");
-  EXPECT_EQ(std::string("100%") << "x", "100%");  // '%' without digits is text
+  EXPECT_EQ(std::string("100%") << "x", "100%");                // '%' without digits is text
   EXPECT_EQ(std::string("%1%1") << std::string("%1"), "%1%1");  // inserted text is not rescanned
 }

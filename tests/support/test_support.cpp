@@ -31,7 +31,9 @@ TempDir::~TempDir() {
   std::filesystem::remove_all(path_, ec);
 }
 
-std::string TempDir::file(const std::string& name) const { return path_ + "/" + name; }
+std::string TempDir::file(const std::string& name) const {
+  return path_ + "/" + name;
+}
 
 std::string readFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -45,7 +47,9 @@ void writeFile(const std::string& path, const std::string& content) {
   out << content;
 }
 
-std::string dataFile(const std::string& name) { return std::string(KELP_TEST_DATA_DIR) + "/" + name; }
+std::string dataFile(const std::string& name) {
+  return std::string(KELP_TEST_DATA_DIR) + "/" + name;
+}
 
 namespace {
 std::string drain(int fd) {

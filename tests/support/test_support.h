@@ -30,8 +30,8 @@ void writeFile(const std::string& path, const std::string& content);
 std::string dataFile(const std::string& name);
 
 struct ChildResult {
-  int exitStatus = -1;   // exit status, or -1 when killed by a signal
-  int signal = 0;        // the signal that ended the child, or 0
+  int exitStatus = -1;  // exit status, or -1 when killed by a signal
+  int signal = 0;       // the signal that ended the child, or 0
   std::string stderrText;
   std::string stdoutText;
 };

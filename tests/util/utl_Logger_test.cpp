@@ -29,8 +29,10 @@ TEST(Logger, FallbackWritesPrefixCategoryAndText) {
   struct Case {
     void (*fn)(qor::quv::fw::IApplication*, const char*, const std::string&);
     const char* expected;
-  } cases[] = {{eError, "ERROR: quv:kelp: x\n"},     {eWarning, "WARNING: quv:kelp: x\n"},
-               {eNotice, "NOTICE: quv:kelp: x\n"},   {eInfo, "INFO: quv:kelp: x\n"},
+  } cases[] = {{eError, "ERROR: quv:kelp: x\n"},
+               {eWarning, "WARNING: quv:kelp: x\n"},
+               {eNotice, "NOTICE: quv:kelp: x\n"},
+               {eInfo, "INFO: quv:kelp: x\n"},
                {eDebug, "DEBUG: quv:kelp: x\n"}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.expected);
@@ -63,7 +65,7 @@ TEST(Logger, EveryLevelReachesTheLoggerAndTheLoggerIsReleased) {
   });
   EXPECT_EQ(err, "");  // fatal with a logger returns and writes nothing
   std::vector<LogRecord> expected = {
-      {LogLevel::Fatal, "quv:kelp", "f"},  {LogLevel::Error, "quv:kelp", "e"},
+      {LogLevel::Fatal, "quv:kelp", "f"},   {LogLevel::Error, "quv:kelp", "e"},
       {LogLevel::Warning, "quv:kelp", "w"}, {LogLevel::Notice, "quv:kelp", "n"},
       {LogLevel::Info, "quv:kelp", "i"},    {LogLevel::Debug, "quv:kelp", "d"}};
   EXPECT_EQ(log->records(), expected);
@@ -105,8 +107,7 @@ TEST(Logger, QueryErrorNamesBothInterfacesAndTheError) {
   auto app = Application::create();
   zob::IUnknown* obj = app.get();
   EXPECT_EQ(stderrOf([&] {
-              QUV_QUERY_FAILED(nullptr, obj, "IDL:qor/quv/fw/IApplication5:1.0",
-                               zob::kNoInterface);
+              QUV_QUERY_FAILED(nullptr, obj, "IDL:qor/quv/fw/IApplication5:1.0", zob::kNoInterface);
             }),
             "DEBUG: quv:kelp: Can't get interface IDL:qor/quv/fw/IApplication5:1.0 from interface "
             "IDL:qor/quv/fw/IApplication:1.0: no such interface\n");

@@ -18,12 +18,18 @@
 #define KELP_HOST_H
 
 #include <atomic>
+#include <cstddef>
+#include <deque>
 #include <map>
 #include <mutex>
 #include <string>
 #include <vector>
 
+#include <fw/fw_IAppCloseHook.h>
 #include <fw/fw_IApplication.h>
+#include <fw/fw_IApplication2.h>
+#include <fw/fw_IEventDispatcher.h>
+#include <fw/fw_IIdleCallout.h>
 #include <fw/fw_ILogger.h>
 #include <zob/zob_unknown.h>
 
@@ -117,6 +123,110 @@ class KELP_HOST_API StderrLogger final : public Object<qor::quv::fw::ILogger> {
   LogLevel minLevel_;
 };
 
+// ===========================================================================
+// Events, idle callouts and close hooks (host_Events.cpp, host_Hooks.cpp)
+// ===========================================================================
+
+class Application;
+
+/* The application's event dispatcher.
+ *
+ * sendEvent runs the listeners registered for the event's type, then the
+ * listeners for all events, each group in the order of registration, and
+ * returns when they are done; it stops handing the event on as soon as a
+ * listener marks it consumed. postEvent queues the event with a reference
+ * held; processEvents() delivers the queue in order and releases each event
+ * after delivery. Every operation may be called from any thread; listeners
+ * run on the calling thread without a lock held, so they may send, post and
+ * register in turn. The requests "sendEvent", "postEvent",
+ * "addEventListener", "addTypedEventListener" and "removeEventListener" can
+ * be made to fail through the owning application's failRequest. */
+class KELP_HOST_API EventDispatcher final : public Object<qor::quv::fw::IEventDispatcher> {
+ public:
+  /* A dispatcher whose failures are configured on `owner` (may be null). */
+  static zob::Ref<EventDispatcher> create(Application* owner = nullptr);
+
+  ZResult sendEvent(qor::quv::fw::IEvent* event) override;
+  ZResult postEvent(qor::quv::fw::IEvent* event) override;
+  ZResult addEventListener(qor::quv::fw::IEventListener* listener) override;
+  ZResult addTypedEventListener(qor::quv::fw::IEventListener* listener, const char* type) override;
+  ZResult removeEventListener(qor::quv::fw::IEventListener* listener) override;
+
+  /* Delivers the events queued when the call began, oldest first, and
+   * returns how many. Events posted meanwhile wait for the next call. */
+  std::size_t processEvents();
+  std::size_t pendingEvents() const;
+  /* The number of registrations (one listener may have several). */
+  std::size_t listenerCount() const;
+
+  /* The owner is going away: failures are no longer looked up. */
+  void detach();
+
+ private:
+  struct Listener {
+    zob::Ref<qor::quv::fw::IEventListener> listener;
+    bool global;
+    std::string type;
+  };
+
+  explicit EventDispatcher(Application* owner) : owner_(owner) {}
+  ZResult failureOf(const char* request) const;
+  void deliver(qor::quv::fw::IEvent* event);
+
+  mutable std::mutex ownerMutex_;
+  Application* owner_;
+  mutable std::mutex mutex_;
+  std::vector<Listener> listeners_;
+  std::deque<zob::Ref<qor::quv::fw::IEvent>> queue_;
+};
+
+/* The application's IApplication2: close hooks and idle callouts.
+ *
+ * runCloseHooks() calls the hooks in ascending order (equal orders in the
+ * order of registration) until one vetoes; runIdle() runs every callout once
+ * in the order of registration. Both work on a snapshot taken under the
+ * lock, so hooks and callouts may register and remove themselves (and
+ * others) while they run; one removed during the run is skipped, one added
+ * waits for the next run. A hook's failed result counts as no veto. The requests "addCloseHook",
+ * "removeCloseHook", "addIdleCallout" and "removeIdleCallout" can be made to fail through the
+ * owning application's failRequest. */
+class KELP_HOST_API AppHooks final : public Object<qor::quv::fw::IApplication2> {
+ public:
+  static zob::Ref<AppHooks> create(Application* owner = nullptr);
+
+  ZResult addCloseHook(int order, qor::quv::fw::IAppCloseHook* hook) override;
+  ZResult removeCloseHook(qor::quv::fw::IAppCloseHook* hook) override;
+  ZResult addIdleCallout(qor::quv::fw::IIdleCallout* callout) override;
+  ZResult removeIdleCallout(qor::quv::fw::IIdleCallout* callout) override;
+
+  /* True when no hook vetoed. */
+  bool runCloseHooks();
+  /* Runs every callout once; returns how many ran. */
+  std::size_t runIdle();
+  std::size_t closeHookCount() const;
+  std::size_t idleCalloutCount() const;
+
+  /* The owner is going away: failures are no longer looked up. */
+  void detach();
+
+ private:
+  struct Hook {
+    int order;
+    zob::Ref<qor::quv::fw::IAppCloseHook> hook;
+  };
+
+  explicit AppHooks(Application* owner) : owner_(owner) {}
+  ZResult failureOf(const char* request) const;
+
+  mutable std::mutex ownerMutex_;
+  Application* owner_;
+  mutable std::mutex mutex_;
+  std::vector<Hook> hooks_;  // sorted by order, stable
+  std::vector<zob::Ref<qor::quv::fw::IIdleCallout>> callouts_;
+};
+
+// ===========================================================================
+
 /* The application object. */
 class KELP_HOST_API Application final : public Object<qor::quv::fw::IApplication> {
  public:
@@ -142,9 +252,35 @@ class KELP_HOST_API Application final : public Object<qor::quv::fw::IApplication
    * further interfaces (IApplication2, ILocale ...) are attached. */
   void provideInterface(const std::string& iid, zob::IUnknown* object);
 
+  // --- Events, idle callouts and close hooks (host_Events.cpp, host_Hooks.cpp)
+  //
+  // Every application has an EventDispatcher and an AppHooks object; the
+  // latter answers queries for IApplication2 (remove it with
+  // provideInterface(IApplication2::IID, nullptr)).
+
+  /* The request "getEventDispatcher" can be made to fail. */
+  ZResult getEventDispatcher(qor::quv::fw::IEventDispatcher** out) override;
+  /* The application's own dispatcher (no reference added). */
+  EventDispatcher* eventDispatcher() const { return events_.get(); }
+  /* The application's close hooks and idle callouts (no reference added). */
+  AppHooks* hooks() const { return hooks_.get(); }
+  /* While hidden, getEventDispatcher succeeds with null, as for a host that
+   * has no dispatcher. */
+  void hideEventDispatcher(bool hidden) { dispatcherHidden_ = hidden; }
+  /* Delivers the posted events; any thread. Returns how many. */
+  std::size_t processEvents() { return events_->processEvents(); }
+  /* One idle turn: runs every idle callout once. Returns how many ran. */
+  std::size_t runIdle() { return hooks_->runIdle(); }
+  /* Asks the close hooks; true when the close goes ahead (no veto). */
+  bool close() { return hooks_->runCloseHooks(); }
+
  private:
   Application() = default;
   ~Application() override;
+
+  zob::Ref<EventDispatcher> events_{EventDispatcher::create(this)};
+  zob::Ref<AppHooks> hooks_{AppHooks::create(this)};
+  std::atomic<bool> dispatcherHidden_{false};
 
   mutable std::mutex mutex_;
   zob::Ref<qor::quv::fw::ILogger> logger_;

@@ -60,14 +60,13 @@ KELP_API void _queryInterfaceError(fw::IApplication* app, const char* category,
 
 /* The same with an explicit line number: messages whose text callers rely on
  * keep a fixed line. */
-#define QUV_ASSERT_AT(app, cond, line)                                                      \
-  ((cond) ? true                                                                            \
-          : (::qor::quv::util::_eAssert((app), QUV_LOG_CATEGORY, #cond, QUV_SOURCE_NAME, \
-                                        (line)),                                            \
+#define QUV_ASSERT_AT(app, cond, line)                                                            \
+  ((cond) ? true                                                                                  \
+          : (::qor::quv::util::_eAssert((app), QUV_LOG_CATEGORY, #cond, QUV_SOURCE_NAME, (line)), \
              false))
 
 /* Reports a failed interface query of `object` for `iid` with result `res`. */
-#define QUV_QUERY_FAILED(app, object, iid, res)                                          \
+#define QUV_QUERY_FAILED(app, object, iid, res)                                    \
   ::qor::quv::util::_queryInterfaceError((app), QUV_LOG_CATEGORY, (object), (iid), \
                                          static_cast<unsigned int>(res))
 

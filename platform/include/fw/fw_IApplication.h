@@ -7,6 +7,7 @@
 #ifndef FW_FW_IAPPLICATION_H
 #define FW_FW_IAPPLICATION_H
 
+#include <fw/fw_IEventDispatcher.h>
 #include <fw/fw_ILogger.h>
 #include <zob/zob_unknown.h>
 
@@ -19,6 +20,10 @@ class IApplication : public zob::IUnknown {
   /* Hands out a new reference to the application's logger. A failure code
    * (or success with a null logger) means there is none. */
   virtual ZResult getLogger(ILogger** out) = 0;
+
+  /* Hands out a new reference to the application's event dispatcher. An
+   * application without one may succeed with null. */
+  virtual ZResult getEventDispatcher(IEventDispatcher** out) = 0;
 
  protected:
   ~IApplication() = default;

@@ -44,14 +44,30 @@ inline std::string operator<<(std::string&& s, const T& v) {
 using vorn::operator<<;
 namespace qor::quv {
 using vorn::operator<<;
-namespace util { using vorn::operator<<; }
-namespace types { using vorn::operator<<; }
-namespace basket { using vorn::operator<<; }
-namespace xml { using vorn::operator<<; }
-namespace xml::sax { using vorn::operator<<; }
-namespace xml::dom { using vorn::operator<<; }
-namespace layout { using vorn::operator<<; }
-namespace fw { using vorn::operator<<; }
+namespace util {
+using vorn::operator<<;
+}
+namespace types {
+using vorn::operator<<;
+}
+namespace basket {
+using vorn::operator<<;
+}
+namespace xml {
+using vorn::operator<<;
+}
+namespace xml::sax {
+using vorn::operator<<;
+}
+namespace xml::dom {
+using vorn::operator<<;
+}
+namespace layout {
+using vorn::operator<<;
+}
+namespace fw {
+using vorn::operator<<;
+}
 }  // namespace qor::quv
 
 #endif

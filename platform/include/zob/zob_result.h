@@ -18,7 +18,9 @@ using ZResult = std::int32_t;
 
 namespace zob {
 
-constexpr ZResult code(std::uint32_t v) { return static_cast<ZResult>(v); }
+constexpr ZResult code(std::uint32_t v) {
+  return static_cast<ZResult>(v);
+}
 
 constexpr ZResult kOk = 0;
 constexpr ZResult kNotImplemented = code(0x80000001u);
@@ -41,7 +43,9 @@ constexpr ZResult kCorrupt = code(0x96230030u);
 
 /* DOM errors: 0x96260100 plus the W3C DOMException number. */
 constexpr ZResult kDomBase = code(0x96260100u);
-constexpr ZResult domError(int w3cCode) { return code(0x96260100u + static_cast<std::uint32_t>(w3cCode)); }
+constexpr ZResult domError(int w3cCode) {
+  return code(0x96260100u + static_cast<std::uint32_t>(w3cCode));
+}
 constexpr ZResult kDomIndexSize = domError(1);
 constexpr ZResult kDomStringSize = domError(2);
 constexpr ZResult kDomHierarchyRequest = domError(3);

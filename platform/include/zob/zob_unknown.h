@@ -45,7 +45,13 @@ class IUnknown {
 };
 
 /* Implements the IUnknown entry points of interface I by forwarding them to
- * the operations an implementation provides. */
+ * the operations an implementation provides. An interface may itself list
+ * getInterfaceId among its operations; the adapter's then overrides it, which
+ * cannot be spelled `override` for every I, hence the pragma. */
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Winconsistent-missing-override"
+#endif
 template <class I>
 class Adapter : public I {
  public:
@@ -64,6 +70,9 @@ class Adapter : public I {
  protected:
   ~Adapter() = default;
 };
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#endif
 
 /* Counted reference: addRef on copy, release on destruction. */
 template <class T>

@@ -13,7 +13,9 @@ struct Found {
   std::size_t digits = 0;  // length of the number's text
 };
 
-inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
+inline bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
 
 // Reads the placeholder number starting at s[i] (just behind '%').
 unsigned long readNumber(const std::string& s, std::size_t i, std::size_t& len) {

@@ -20,4 +20,6 @@ int gStrNCaseCmp(const char* a, const char* b, unsigned long n) {
   return 0;
 }
 
-int gStrCaseCmp(const char* a, const char* b) { return gStrNCaseCmp(a, b, ~0UL); }
+int gStrCaseCmp(const char* a, const char* b) {
+  return gStrNCaseCmp(a, b, ~0UL);
+}

@@ -8,7 +8,9 @@ namespace {
 class Echo final : public kelp::host::Object<qor::quv::fw::ILogger> {
  public:
   void fatal(const char*, const char*) override {}
-  void error(const char* c, const char* t) override { std::cout << "consumer: ERROR: " << c << ": " << t << "\n"; }
+  void error(const char* c, const char* t) override {
+    std::cout << "consumer: ERROR: " << c << ": " << t << "\n";
+  }
   void warning(const char*, const char*) override {}
   void notice(const char*, const char*) override {}
   void info(const char*, const char*) override {}

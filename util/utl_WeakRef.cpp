@@ -1,0 +1,55 @@
+// Weak references: the shared counted block and the handles on it.
+#define QUV_SOURCE_NAME "utl_WeakRef"
+#include <kelp/util/utl_WeakRef.h>
+#include <ktz/ktz_atomic.h>
+
+#include <cstdlib>
+#include <new>
+
+namespace qor::quv::util {
+
+std::int32_t WeakRefData::addRef() {
+  return ktzAtomicIncrement(&count_);
+}
+
+std::int32_t WeakRefData::release() {
+  std::int32_t n = ktzAtomicDecrement(&count_);
+  if (n == 0)
+    delete this;
+  else if (n < 0)
+    std::abort();  // released more often than referenced: memory is corrupt
+  return n;
+}
+
+std::int32_t WeakRefData::getCount() const {
+  return __atomic_load_n(&count_, __ATOMIC_SEQ_CST);
+}
+
+// Without memory for the data a handle stays empty: it reports the object as
+// gone, which is all a caller of a weak reference must be prepared for.
+WeakRefBase::WeakRefBase() : data_(new (std::nothrow) WeakRefData(nullptr)), owner_(false) {}
+
+WeakRefBase::WeakRefBase(void* object)
+    : data_(new (std::nothrow) WeakRefData(object)), owner_(true) {}
+
+WeakRefBase::WeakRefBase(const WeakRefBase& other) : data_(other.data_), owner_(false) {
+  if (data_) data_->addRef();
+}
+
+WeakRefBase& WeakRefBase::operator=(const WeakRefBase& other) {
+  // Reference first: with self-assignment (or two handles on one block) the
+  // release must not free the block being shared.
+  WeakRefData* shared = other.data_;
+  if (shared) shared->addRef();
+  if (data_) data_->release();
+  data_ = shared;
+  return *this;
+}
+
+WeakRefBase::~WeakRefBase() {
+  if (!data_) return;
+  if (owner_) data_->setRef(nullptr);
+  data_->release();
+}
+
+}  // namespace qor::quv::util
