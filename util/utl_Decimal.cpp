@@ -158,8 +158,9 @@ std::string localize(const std::string& text) {
   // size of 0, a negative one or CHAR_MAX leaves the rest ungrouped.
   while (!grouping.empty() && remaining > 0) {
     const char g = group < grouping.size() ? grouping[group] : grouping.back();
-    if (g <= 0 || g == CHAR_MAX || static_cast<size_t>(g) >= remaining) break;
-    const size_t size = static_cast<size_t>(g);
+    if (g <= 0 || g == CHAR_MAX) break;
+    const size_t size = static_cast<unsigned char>(g);
+    if (size >= remaining) break;
     grouped.insert(0, intPart.substr(remaining - size, size));
     grouped.insert(grouped.begin(), sep);
     remaining -= size;

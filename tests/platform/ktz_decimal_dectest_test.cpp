@@ -210,10 +210,10 @@ class DecTestRunner {
     size_t arrow = 0;
     while (arrow < tok.size() && tok[arrow] != "->") ++arrow;
     if (arrow >= tok.size() || arrow < 3 || arrow + 1 >= tok.size()) return;
-    const std::string id = tok[0];
+    const std::string& id = tok[0];
     const std::string op = lower(tok[1]);
     const std::vector<std::string> args(tok.begin() + 2, tok.begin() + static_cast<long>(arrow));
-    const std::string expected = tok[arrow + 1];
+    const std::string& expected = tok[arrow + 1];
     ++tally->total;
     auto skip = [&](const std::string& reason) { ++tally->skipped[reason]; };
 

@@ -121,7 +121,8 @@ class alignas(16) decimal128 {
 };
 
 static_assert(sizeof(decimal64) == 8);
-static_assert(sizeof(decimal128) == 16 && alignof(decimal128) == 16);
+static_assert(sizeof(decimal128) == 16);
+static_assert(alignof(decimal128) == 16);
 
 ZOB_API decimal64 operator+(const decimal64& a, const decimal64& b) noexcept;
 ZOB_API decimal64 operator-(const decimal64& a, const decimal64& b) noexcept;

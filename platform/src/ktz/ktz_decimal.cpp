@@ -122,7 +122,7 @@ decimal64 pack64(const Unpacked& u) {
       break;
   }
   const std::uint64_t c = static_cast<std::uint64_t>(u.coef);
-  const std::uint64_t e = static_cast<std::uint64_t>(u.exp + kFmt64.bias);
+  const std::uint64_t e = static_cast<unsigned>(u.exp + kFmt64.bias);  // 0 to 767
   if (c < 0x0020000000000000ull) {
     b |= (e << 53) | c;
   } else {
@@ -146,7 +146,7 @@ decimal128 pack128(const Unpacked& u) {
     case Kind::Finite:
       break;
   }
-  const std::uint64_t e = static_cast<std::uint64_t>(u.exp + kFmt128.bias);
+  const std::uint64_t e = static_cast<unsigned>(u.exp + kFmt128.bias);  // 0 to 12287
   hi |= (e << 49) | static_cast<std::uint64_t>(u.coef >> 64);
   return decimal128::fromBits(hi, static_cast<std::uint64_t>(u.coef));
 }
