@@ -9,6 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#if __has_include(<kelp/xml/xml_XMLWriterItfWrapper.h>)
+#include <kelp/xml/xml_XMLWriterItfWrapper.h>
+#endif
+
 #include <atomic>
 #include <cstring>
 #include <sstream>
@@ -514,5 +518,57 @@ TEST(ECurrency, RoundTripThroughAttributeTexts) {
     EXPECT_TRUE(back == original);
   }
 }
+
+#if __has_include(<kelp/xml/xml_XMLWriterItfWrapper.h>)
+// Records string attributes; refuses the attribute named `refuse`.
+class RecordingWriter : public qor::quv::xml::IXMLWriter_Adapter {
+ public:
+  ZResult queryInterface(const char*, zob::IUnknown** out) override {
+    *out = nullptr;
+    return zob::kNoInterface;
+  }
+  std::uint32_t addRef() override { return ++refs; }
+  std::uint32_t release() override { return --refs; }
+  ZResult startElement(const char*, qor::quv::xml::ElementFormat) override { return zob::kOk; }
+  ZResult endElement() override { return zob::kOk; }
+  ZResult stringAttribute(const char* name, const char* value) override {
+    if (refuse == name) return zob::code(0x80000008u);
+    written += std::string(name) + "=" + value + ";";
+    return zob::kOk;
+  }
+  ZResult intAttribute(const char*, int) override { return zob::kNotImplemented; }
+  ZResult floatAttribute(const char*, double) override { return zob::kNotImplemented; }
+  ZResult characters(const char*) override { return zob::kOk; }
+  ZResult startCDATA() override { return zob::kOk; }
+  ZResult endCDATA() override { return zob::kOk; }
+  ZResult getErrorMessage(char** message) override {
+    *message = nullptr;
+    return zob::kNotImplemented;
+  }
+  ZResult flush() override { return zob::kOk; }
+  std::uint32_t refs = 1;
+  std::string refuse;
+  std::string written;
+};
+
+TEST(ECurrency, EncodeAttributes) {
+  RecordingWriter w;
+  {
+    qor::quv::xml::XMLWriterItfWrapper out(&w);
+    EXPECT_TRUE(money("EUR", "12.50").encodeAttributes(&out));
+    EXPECT_TRUE(ECurrency::Null.encodeAttributes(&out));
+    EXPECT_TRUE(money("%", "1E+2").encodeAttributes(&out));
+    EXPECT_EQ(w.written, "currency=EUR;value=12.5;currency=;value=0.0;currency=%;value=100.0;");
+    w.written.clear();
+    w.refuse = "currency";
+    EXPECT_FALSE(money("EUR", "1").encodeAttributes(&out));
+    EXPECT_EQ(w.written, "");  // nothing after the refused attribute
+    w.refuse = "value";
+    EXPECT_FALSE(money("EUR", "1").encodeAttributes(&out));
+    EXPECT_EQ(w.written, "currency=EUR;");
+  }
+  EXPECT_EQ(w.refs, 1u);
+}
+#endif
 
 }  // namespace
