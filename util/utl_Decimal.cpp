@@ -2,9 +2,7 @@
 #define QUV_SOURCE_NAME "utl_Decimal"
 
 #include <kelp/util/utl_Decimal.h>
-#include <kelp/util/utl_Logger.h>
-
-#include <libintl.h>
+#include <ktz/ktz_gettext.h>
 
 #include <atomic>
 #include <climits>
@@ -20,10 +18,9 @@ using types::RoundingMode;
 // Atomic only so that a reader racing a change sees a whole value.
 std::atomic<int> gMoneyRounding{types::eRoundingHalfUp};
 
-// Texts of the library's message domain. The one place that looks them up,
-// so the catalogue lookup can change without touching the callers.
+// A text of the library's message domain in the user's language.
 std::string translate(const char* msgid) {
-  return dgettext(QUV_LOG_CATEGORY, msgid);
+  return ktzDGetText(KTZ_KELP_TEXT_DOMAIN, msgid);
 }
 
 // The runtime's functions by width, so each algorithm is written once.

@@ -5,17 +5,15 @@
 #include <kelp/util/utl_Decimal.h>
 #include <kelp/util/utl_ECurrency.h>
 #include <kelp/xml/sax/sax_Attributes.h>
+#include <kelp/xml/xml_XMLWriterItfWrapper.h>
 
 #include <cstring>
 #include <locale>
 #include <ostream>
 #include <sstream>
 
+#include <vorn/vorn_cstring.h>
 #include <vorn/vorn_placeholder.h>
-
-#if __has_include(<kelp/xml/xml_XMLWriterItfWrapper.h>)
-#include <kelp/xml/xml_XMLWriterItfWrapper.h>
-#endif
 
 namespace qor::quv::util {
 
@@ -63,56 +61,6 @@ constexpr CurrencyUnit percentUnit() {
 // The factor 1 + x/100 by which a percentage x raises an amount.
 decimal128 raiseFactor(const decimal128& percent) {
   return ktzDec128ScaleB(percent, -2) + decimal128(1);
-}
-
-// The unit as a double-quoted literal: printable ASCII stands for itself
-// except '"' and '\\'; the usual control characters get their letter
-// escapes, every other byte a three-digit octal escape.
-std::string quoteUnit(const std::string& text) {
-  std::string out = "\"";
-  for (const char ch : text) {
-    const unsigned char c = static_cast<unsigned char>(ch);
-    switch (c) {
-      case '"':
-        out += "\\\"";
-        break;
-      case '\\':
-        out += "\\\\";
-        break;
-      case '\a':
-        out += "\\a";
-        break;
-      case '\b':
-        out += "\\b";
-        break;
-      case '\t':
-        out += "\\t";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      case '\v':
-        out += "\\v";
-        break;
-      case '\f':
-        out += "\\f";
-        break;
-      case '\r':
-        out += "\\r";
-        break;
-      default:
-        if (c >= 0x20 && c < 0x7F) {
-          out.push_back(ch);
-        } else {
-          out.push_back('\\');
-          out.push_back(static_cast<char>('0' + (c >> 6)));
-          out.push_back(static_cast<char>('0' + ((c >> 3) & 7)));
-          out.push_back(static_cast<char>('0' + (c & 7)));
-        }
-    }
-  }
-  out.push_back('"');
-  return out;
 }
 
 struct FractionDigits {
@@ -408,13 +356,11 @@ bool ECurrency::decodeAttributes(const xml::sax::Attributes& attrs, const ECurre
   return decodeAttributes(currency, value, error);
 }
 
-#if __has_include(<kelp/xml/xml_XMLWriterItfWrapper.h>)
 bool ECurrency::encodeAttributes(xml::XMLWriterItfWrapper* writer) const {
   if (!writer) return false;
   if (!writer->attribute("currency", getUnit())) return false;
   return writer->attribute("value", formatDecimalCString(amount, -1));
 }
-#endif
 
 }  // namespace qor::quv::util
 
@@ -519,7 +465,7 @@ ECurrency operator&(const Currency& a, const Currency& b) {
 
 std::ostream& operator<<(std::ostream& os, const Currency& c) {
   return os << '[' << ktzDec128ToString(c.amount) << ", "
-            << util::quoteUnit(ECurrency::getUnit(c.unit)) << ']';
+            << gConvertToCString(ECurrency::getUnit(c.unit)) << ']';
 }
 
 std::string& operator<<(std::string& s, const Currency& c) {

@@ -5,9 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <locale>
+
+#include "test_support.h"
 
 using namespace qor::quv::util;
 using namespace qor::quv::types;
@@ -261,6 +266,24 @@ TEST(Decimal, FormatDecimalStringNonFiniteWords) {
   EXPECT_EQ(formatDecimalString(d64("-Inf"), -1), "neg. infinity");
   EXPECT_EQ(formatDecimalString(d64("NaN"), 0, 4), "invalid");
   EXPECT_EQ(formatDecimalString(inf, 0, 4), "pos. infinity");
+}
+
+TEST(Decimal, FormatDecimalStringTranslatesNonFiniteWords) {
+  // In a child, so that the locale and the catalogue binding of this
+  // process stay as they are.
+  const kelp::test::ChildResult r = kelp::test::runInChild([] {
+    unsetenv("LANGUAGE");
+    if (!std::setlocale(LC_ALL, "de_DE.UTF-8")) return 2;
+    setenv("KELP_LOCALEDIR", KELP_BINARY_DIR "/locale", 1);
+    const decimal128 inf = d128("Infinity");
+    std::printf("%s|%s|%s|%s", formatDecimalString(inf, 2).c_str(),
+                formatDecimalString(-inf, -1).c_str(), formatDecimalString(d128("NaN"), 2).c_str(),
+                formatDecimalString(d64("-Inf"), 0, 3).c_str());
+    return 0;
+  });
+  if (r.exitStatus == 2) GTEST_SKIP() << "locale de_DE.UTF-8 not installed";
+  EXPECT_EQ(r.exitStatus, 0);
+  EXPECT_EQ(r.stdoutText, "pos. unendlich|neg. unendlich|ungültig|neg. unendlich");
 }
 
 TEST(Decimal, FormatDecimalStringClassicLocale) {

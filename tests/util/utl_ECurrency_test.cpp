@@ -6,12 +6,9 @@
 #include <kelp/util/utl_ECurrency.h>
 #include <kelp/xml/sax/sax_Attributes.h>
 #include <kelp/xml/sax/sax_XMLReader.h>
+#include <kelp/xml/xml_XMLWriterItfWrapper.h>
 
 #include <gtest/gtest.h>
-
-#if __has_include(<kelp/xml/xml_XMLWriterItfWrapper.h>)
-#include <kelp/xml/xml_XMLWriterItfWrapper.h>
-#endif
 
 #include <atomic>
 #include <cstring>
@@ -519,7 +516,6 @@ TEST(ECurrency, RoundTripThroughAttributeTexts) {
   }
 }
 
-#if __has_include(<kelp/xml/xml_XMLWriterItfWrapper.h>)
 // Records string attributes; refuses the attribute named `refuse`.
 class RecordingWriter : public qor::quv::xml::IXMLWriter_Adapter {
  public:
@@ -569,6 +565,5 @@ TEST(ECurrency, EncodeAttributes) {
   }
   EXPECT_EQ(w.refs, 1u);
 }
-#endif
 
 }  // namespace

@@ -135,11 +135,9 @@ class KELP_API ECurrency : public basket::Currency {
   /* As above, but `fallback` when both attributes are missing or empty. */
   bool decodeAttributes(const xml::sax::Attributes& attrs, const ECurrency& fallback,
                         std::string* error);
-#if __has_include(<kelp/xml/xml_XMLWriterItfWrapper.h>)
   /* Writes the attributes "currency" and "value" (all significant digits);
    * false as soon as the writer refuses one. */
   bool encodeAttributes(xml::XMLWriterItfWrapper* writer) const;
-#endif
 };
 
 }  // namespace qor::quv::util
