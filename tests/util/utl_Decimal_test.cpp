@@ -12,6 +12,8 @@
 #include <cstdlib>
 #include <locale>
 
+#include <ktz/ktz_gettext.h>
+
 #include "test_support.h"
 
 using namespace qor::quv::util;
@@ -257,15 +259,22 @@ TEST(Decimal, FormatDecimalCString) {
 }
 
 TEST(Decimal, FormatDecimalStringNonFiniteWords) {
-  // Without a catalogue for the domain the words come back untranslated.
-  const decimal128 inf = d128("Infinity");
-  EXPECT_EQ(formatDecimalString(inf, 2), "pos. infinity");
-  EXPECT_EQ(formatDecimalString(-inf, 2), "neg. infinity");
-  EXPECT_EQ(formatDecimalString(d128("NaN"), 2), "invalid");
-  EXPECT_EQ(formatDecimalString(d128("-sNaN"), 2), "invalid");
-  EXPECT_EQ(formatDecimalString(d64("-Inf"), -1), "neg. infinity");
-  EXPECT_EQ(formatDecimalString(d64("NaN"), 0, 4), "invalid");
-  EXPECT_EQ(formatDecimalString(inf, 0, 4), "pos. infinity");
+  // In the classic locale the words stay untranslated. Looked up in a child,
+  // as the first lookup binds the message domain for the whole process.
+  const kelp::test::ChildResult r = kelp::test::runInChild([] {
+    unsetenv("LANGUAGE");
+    std::setlocale(LC_ALL, "C");
+    const decimal128 inf = d128("Infinity");
+    std::printf(
+        "%s|%s|%s|%s|%s|%s|%s", formatDecimalString(inf, 2).c_str(),
+        formatDecimalString(-inf, 2).c_str(), formatDecimalString(d128("NaN"), 2).c_str(),
+        formatDecimalString(d128("-sNaN"), 2).c_str(), formatDecimalString(d64("-Inf"), -1).c_str(),
+        formatDecimalString(d64("NaN"), 0, 4).c_str(), formatDecimalString(inf, 0, 4).c_str());
+    return 0;
+  });
+  EXPECT_EQ(r.exitStatus, 0);
+  EXPECT_EQ(r.stdoutText,
+            "pos. infinity|neg. infinity|invalid|invalid|neg. infinity|invalid|pos. infinity");
 }
 
 TEST(Decimal, FormatDecimalStringTranslatesNonFiniteWords) {
@@ -274,7 +283,9 @@ TEST(Decimal, FormatDecimalStringTranslatesNonFiniteWords) {
   const kelp::test::ChildResult r = kelp::test::runInChild([] {
     unsetenv("LANGUAGE");
     if (!std::setlocale(LC_ALL, "de_DE.UTF-8")) return 2;
-    setenv("KELP_LOCALEDIR", KELP_BINARY_DIR "/locale", 1);
+    // The parent may have bound the domain already; bind the build tree's
+    // catalogues explicitly.
+    if (!ktzBindTextDomain(KTZ_KELP_TEXT_DOMAIN, KELP_BINARY_DIR "/locale")) return 3;
     const decimal128 inf = d128("Infinity");
     std::printf("%s|%s|%s|%s", formatDecimalString(inf, 2).c_str(),
                 formatDecimalString(-inf, -1).c_str(), formatDecimalString(d128("NaN"), 2).c_str(),
