@@ -40,6 +40,7 @@ constexpr ZResult kEndOfStream = code(0x96230028u);
 constexpr ZResult kWouldBlock = code(0x9623000bu);
 constexpr ZResult kBusy = code(0x96230010u);
 constexpr ZResult kCorrupt = code(0x96230030u);
+constexpr ZResult kNotEmpty = code(0x96230031u);
 
 /* DOM errors: 0x96260100 plus the W3C DOMException number. */
 constexpr ZResult kDomBase = code(0x96260100u);

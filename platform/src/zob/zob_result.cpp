@@ -31,6 +31,7 @@ constexpr CodeText kTexts[] = {
     {zob::kWouldBlock, "resource temporarily unavailable"},
     {zob::kBusy, "resource busy"},
     {zob::kCorrupt, "data corrupt"},
+    {zob::kNotEmpty, "not empty"},
     {zob::kDomIndexSize, "DOM: index or size out of range"},
     {zob::kDomStringSize, "DOM: string too large"},
     {zob::kDomHierarchyRequest, "DOM: node cannot be inserted here"},
