@@ -14,26 +14,21 @@
 #include <vorn/vorn_cstring.h>
 #include <zob/zob_mem.h>
 
+#include "util/utl_TextScan_impl.h"
+
 namespace qor::quv::util {
 
 namespace {
 
+using detail::isDigit;
+using detail::isSpace;
+using detail::skipSpace;
 using zob::VariantType;
 
 constexpr double kTwoPow63 = 9223372036854775808.0;
 
-bool isSpace(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
 bool isHexDigit(char c) {
   return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
-const char* skipSpace(const char* p) {
-  while (isSpace(*p)) ++p;
-  return p;
 }
 char lower(char c) {
   return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c;

@@ -4,25 +4,17 @@
 
 #include <cstdio>
 
+#include "util/utl_TextScan_impl.h"
+
 namespace qor::quv::util {
+
+using detail::isDigit;
+using detail::isSpace;
 
 namespace {
 
-bool isSpace(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
-// Reads the decimal number at *p (which starts with a digit) and moves *p
-// behind it; the value saturates above 32767 so that long inputs cannot
-// overflow.
 long readNumber(const char** p) {
-  long v = 0;
-  for (; isDigit(**p); ++*p)
-    if (v <= 32767) v = v * 10 + (**p - '0');
-  return v;
+  return detail::readBoundedNumber(p, 32767);
 }
 
 }  // namespace

@@ -6,22 +6,17 @@
 #include <cstdio>
 #include <cstring>
 
+#include "util/utl_TextScan_impl.h"
+
 namespace qor::quv::util {
+
+using detail::isDigit;
+using detail::isSpace;
 
 namespace {
 
-bool isSpace(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
 long readNumber(const char** p) {
-  long v = 0;
-  for (; isDigit(**p); ++*p)
-    if (v <= 32767) v = v * 10 + (**p - '0');
-  return v;
+  return detail::readBoundedNumber(p, 32767);
 }
 
 // `word` at p followed by what `follows` accepts: moves p behind the word.

@@ -18,13 +18,11 @@
 #include <ktz/ktz_gettext.h>
 #include <vorn/vorn_cstring.h>
 
+#include "util/utl_TextScan_impl.h"
+
 namespace qor::quv::util::detail {
 
 namespace {
-
-bool isSpace(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
 
 // True when the text begins with a letter: an ASCII letter, or a multibyte
 // character that the current locale classifies as alphabetic.
@@ -109,7 +107,7 @@ std::string formatMeasure(UnitTable& table, double value, int unit, int precisio
 bool matchUnitName(UnitTable& table, const char* s, const char** end, int* unit) {
   if (!s) return false;
   const char* p = s;
-  while (isSpace(*p)) ++p;
+  p = skipSpace(p);
   UnitTable& t = translatedNames(table);
   std::size_t best = 0;
   int bestUnit = 0;
@@ -159,7 +157,7 @@ bool parseMeasure(UnitTable& table, int defaultUnit, const char* s, const char**
   if (end) {
     *end = p;
   } else {
-    while (isSpace(*p)) ++p;
+    p = skipSpace(p);
     if (*p) return false;
   }
   if (value) *value = v;

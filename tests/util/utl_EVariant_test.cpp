@@ -134,7 +134,8 @@ TEST(EVariantOwnership, StringsAndBytesAreDeepCopies) {
   c = a;
   EXPECT_NE(c.u.strVal, a.u.strVal);
   EXPECT_STREQ(c.u.strVal, "text");
-  c = c;  // self-assignment keeps the value
+  EVariant& self = c;
+  c = self;  // self-assignment keeps the value
   EXPECT_STREQ(c.u.strVal, "text");
 
   EVariant bytes = bytesVariant(std::string("a\0b", 3));

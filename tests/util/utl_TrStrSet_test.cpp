@@ -315,7 +315,8 @@ TEST(ELangMsgPair, OwnedCopiesAndRecords) {
   EXPECT_NE(q.getLanguage(), p.getLanguage());
   q.setMessage(q.getMessage());  // its own text
   EXPECT_STREQ(q.getMessage(), "Willkommen");
-  q = q;
+  ELangMsgPair& alias = q;
+  q = alias;
   EXPECT_STREQ(q.getLanguage(), "de");
   ELangMsgPair empty;
   EXPECT_STREQ(empty.getLanguage(), "");

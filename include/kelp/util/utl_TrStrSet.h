@@ -37,7 +37,7 @@ class KELP_API TrStrSet {
   /* Which of the locale's language lists decides: the current language and
    * then the general list; the product-data languages; the catalogue
    * languages. */
-  enum TextCategory { TC_GENERAL = 0, TC_PRODUCT_DATA = 1, TC_CATALOG = 2 };
+  enum TextCategory : int { TC_GENERAL = 0, TC_PRODUCT_DATA = 1, TC_CATALOG = 2 };
 
   /* The default language "  " (two blanks) and its id. */
   static constexpr char DEFAULT_LANG[] = "  ";
