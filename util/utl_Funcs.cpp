@@ -2,9 +2,11 @@
 
 #include <kelp/util/utl_Funcs.h>
 
+#include <climits>
 #include <cstring>
 
 #include <kelp/util/utl_Decimal.h>
+#include <kelp/util/utl_ECurrency.h>
 #include <vorn/vorn_compare.h>
 #include <vorn/vorn_uri.h>
 
@@ -290,6 +292,27 @@ std::string Funcs::joinCommandLine(const std::vector<std::string>& args) {
 }
 
 // --- Numbers -------------------------------------------------------------------
+
+std::string Funcs::formatValue(const ECurrency& c, int extraDigits) {
+  const int d = ECurrency::getDefaultFractionDigits(c.unit);
+  if (d < 0) return formatDecimalString(c.amount, -1);
+  const int most = extraDigits < 0 || extraDigits > INT_MAX - d ? INT_MAX : d + extraDigits;
+  return formatDecimalString(c.amount, d, most);
+}
+
+std::string Funcs::formatValue(const ECurrency& c) {
+  return formatValue(c, 1);
+}
+
+std::string Funcs::format(const ECurrency& c, int extraDigits) {
+  std::string text = formatValue(c, extraDigits);
+  if (ktzDec128IsFinite(c.amount)) text += ' ' + c.getUnit();
+  return text;
+}
+
+std::string Funcs::format(const ECurrency& c) {
+  return format(c, 1);
+}
 
 std::string Funcs::formatQuantity(decimal64 q) {
   int digits = 2;

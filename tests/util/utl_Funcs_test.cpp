@@ -2,6 +2,7 @@
 // number formatting.
 #include <gtest/gtest.h>
 #include <kelp/util/utl_Decimal.h>
+#include <kelp/util/utl_ECurrency.h>
 #include <kelp/util/utl_Funcs.h>
 
 #include <clocale>
@@ -281,6 +282,45 @@ TEST(Funcs, CommandLineKeptBehaviourForQuotesWithEscapes) {
   const std::string line = Funcs::joinCommandLine(V{"'\""});
   EXPECT_EQ(line, "\"'\\\"\"");
   EXPECT_EQ(split(line), (V{"'\"\""}));
+}
+
+TEST(Funcs, FormatCurrencyAmounts) {
+  ScopedLocale loc("C");
+  using qor::quv::util::ECurrency;
+  auto money = [](const char* code, const char* amount) {
+    decimal128 d;
+    EXPECT_TRUE(ktzDec128FromString(amount, &d)) << amount;
+    return ECurrency(code, d);
+  };
+  struct Case {
+    ECurrency c;
+    int extra;
+    const char* value;
+    const char* full;
+  } cases[] = {
+      {money("EUR", "12.5"), 1, "12.50", "12.50 EUR"},
+      {money("EUR", "12.555"), 1, "12.555", "12.555 EUR"},
+      {money("EUR", "12.5555"), 1, "12.556", "12.556 EUR"},  // rounded at 2 + 1 decimals
+      {money("EUR", "12.5555"), 0, "12.56", "12.56 EUR"},
+      {money("EUR", "12.5555"), -1, "12.5555", "12.5555 EUR"},
+      {money("EUR", "12.5555"), 2147483647, "12.5555", "12.5555 EUR"},
+      {money("JPY", "1234"), 1, "1234", "1234 JPY"},
+      {money("JPY", "1234.56"), 1, "1234.6", "1234.6 JPY"},
+      {money("KWD", "1.2"), 1, "1.200", "1.200 KWD"},
+      {money("XAU", "1.23456789"), 1, "1.23456789", "1.23456789 XAU"},
+      {money("%", "15"), 1, "15.00", "15.00 %"},
+      {money("EUR", "Infinity"), 1, "pos. infinity", "pos. infinity"},
+      {ECurrency::Invalid, 1, "invalid", "invalid"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.full);
+    EXPECT_EQ(Funcs::formatValue(c.c, c.extra), c.value);
+    EXPECT_EQ(Funcs::format(c.c, c.extra), c.full);
+    if (c.extra == 1) {
+      EXPECT_EQ(Funcs::formatValue(c.c), c.value);
+      EXPECT_EQ(Funcs::format(c.c), c.full);
+    }
+  }
 }
 
 TEST(Funcs, FormatQuantity) {

@@ -19,8 +19,8 @@
  * queries report a failed host call as a failed assertion or query (debug
  * level) and return their neutral result: false or an empty text or list.
  * A null application gives the neutral result at once. No function keeps
- * state except setImageFactory; any thread may call them, the number
- * formatting ones follow the process's global locale. */
+ * state; any thread may call them, the number formatting ones follow the
+ * process's global locale. */
 #ifndef KELP_UTIL_UTL_FUNCS_H
 #define KELP_UTIL_UTL_FUNCS_H
 
@@ -63,6 +63,8 @@ enum CalcItemType : std::int32_t {};
 }  // namespace qor::quv::basket
 
 namespace qor::quv::util {
+
+class ECurrency;
 
 class KELP_API Funcs {
  public:
@@ -130,6 +132,16 @@ class KELP_API Funcs {
   static std::string joinCommandLine(const std::vector<std::string>& args);
 
   // --- Numbers shown to the user (in the user's locale) ----------------------
+
+  /* The amount with at least the currency's customary decimals and at most
+   * extraDigits more (a negative extraDigits: no upper limit); a unit
+   * without customary decimals (XAU ...) writes the amount as it stands. */
+  static std::string formatValue(const ECurrency& c, int extraDigits);
+  /* extraDigits 1. */
+  static std::string formatValue(const ECurrency& c);
+  /* formatValue, then for a finite amount a blank and the currency code. */
+  static std::string format(const ECurrency& c, int extraDigits);
+  static std::string format(const ECurrency& c);
 
   /* With as many decimals as q has significant ones, at least two. */
   static std::string formatQuantity(ktz::decimal::decimal64 q);
