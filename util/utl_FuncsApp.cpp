@@ -10,6 +10,7 @@
 #include <kelp/util/utl_Event.h>
 #include <kelp/util/utl_Logger.h>
 #include <zob/zob_mem.h>
+#include <mutex>
 
 // QUV_ASSERT_AT with __LINE__ rather than QUV_ASSERT: the condition must be
 // reported as written, before its macros (EFAILED, ZOBCSTR) are expanded.
@@ -304,6 +305,65 @@ std::vector<std::string> Funcs::getSupportedCurrencies(fw::IApplication* app,
                                                        dsr::IPackage* package) {
   if (!app) return {};
   return packageList(app, package, &dsr::IPackage4::getSupportedCurrencies);
+}
+
+// --- Images ------------------------------------------------------------------------
+
+namespace {
+
+std::mutex& imageFactoryMutex() {
+  static std::mutex m;
+  return m;
+}
+// A plain pointer rather than a Ref: nothing may be released during static
+// destruction, when the factory's module may be gone already.
+fw::IImageFactory* gImageFactory = nullptr;
+
+}  // namespace
+
+std::string Funcs::getImagePathFromPDBNode(fw::IApplication* app, dsr::IPDBNode* node,
+                                           const char* columnId) {
+  if (!node) return std::string();
+  char* path = nullptr;
+  const ZResult tRes = node->getImagePath(columnId ? columnId : "", &path);
+  if (tRes == zob::kNotFound) return takeString(path);  // no image in that column
+  if (!QUV_ASSERT_AT(app, !EFAILED(tRes), __LINE__)) {
+    zobFree(path);
+    return std::string();
+  }
+  return takeString(path);
+}
+
+std::string Funcs::getImagePathFromPDBNode(fw::IApplication* app, dsr::IPDBNode* node,
+                                           const std::string& columnId) {
+  return getImagePathFromPDBNode(app, node, columnId.c_str());
+}
+
+std::string Funcs::getDefaultImageColumnId(fw::IApplication* app, dsr::IPDBView* view) {
+  if (!view) return std::string();
+  char* column = nullptr;
+  const ZResult tRes = view->getDefaultImageColumnId(&column);
+  if (!QUV_ASSERT_AT(app, !EFAILED(tRes), __LINE__)) {
+    zobFree(column);
+    return std::string();
+  }
+  return takeString(column);
+}
+
+void Funcs::setImageFactory(fw::IImageFactory* factory) {
+  if (factory) factory->_comAddRef();
+  fw::IImageFactory* old = nullptr;
+  {
+    std::lock_guard lock(imageFactoryMutex());
+    old = gImageFactory;
+    gImageFactory = factory;
+  }
+  if (old) old->_comRelease();  // outside the lock: the release may call back
+}
+
+zob::Ref<fw::IImageFactory> Funcs::getImageFactory() {
+  std::lock_guard lock(imageFactoryMutex());
+  return zob::Ref<fw::IImageFactory>(gImageFactory);
 }
 
 // --- Vetoable actions ----------------------------------------------------------------

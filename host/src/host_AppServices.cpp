@@ -1,6 +1,7 @@
 // The reference host's properties, features and packages.
 #include <kelp/host_app.h>
 
+#include <ktz/ktz_file.h>
 #include <vorn/vorn_string.h>
 #include <zob/zob_mem.h>
 
@@ -372,6 +373,88 @@ void PackageManager::failRequest(const std::string& request, ZResult code) {
 
 void PackageManager::clearFailures() {
   failures_.clear();
+}
+
+// --- Images ------------------------------------------------------------------------
+
+zob::Ref<PDBNode> PDBNode::create() {
+  return zob::Ref<PDBNode>(new PDBNode);
+}
+
+ZResult PDBNode::getImagePath(const char* columnId, char** out) {
+  if (!out) return zob::kInvalidArgument;
+  *out = nullptr;
+  if (!columnId) return zob::kInvalidArgument;
+  if (ZResult r = failures_.of("getImagePath"); r != 0) return r;
+  std::lock_guard lock(mutex_);
+  auto it = paths_.find(columnId);
+  if (it == paths_.end()) return zob::kNotFound;
+  return copyOut(it->second, out);
+}
+
+void PDBNode::setImagePath(const std::string& columnId, const std::string& path) {
+  std::lock_guard lock(mutex_);
+  paths_[columnId] = path;
+}
+
+void PDBNode::failRequest(const std::string& request, ZResult code) {
+  failures_.set(request, code);
+}
+
+zob::Ref<PDBView> PDBView::create() {
+  return zob::Ref<PDBView>(new PDBView);
+}
+
+ZResult PDBView::getDefaultImageColumnId(char** out) {
+  if (!out) return zob::kInvalidArgument;
+  *out = nullptr;
+  if (ZResult r = failures_.of("getDefaultImageColumnId"); r != 0) return r;
+  std::lock_guard lock(mutex_);
+  return copyOut(column_, out);
+}
+
+void PDBView::setDefaultImageColumnId(const std::string& columnId) {
+  std::lock_guard lock(mutex_);
+  column_ = columnId;
+}
+
+void PDBView::failRequest(const std::string& request, ZResult code) {
+  failures_.set(request, code);
+}
+
+zob::Ref<FileImage> FileImage::create(const std::string& path, const std::string& bytes) {
+  return zob::Ref<FileImage>(new FileImage(path, bytes));
+}
+
+zob::Ref<ImageFactory> ImageFactory::create() {
+  return zob::Ref<ImageFactory>(new ImageFactory);
+}
+
+ZResult ImageFactory::createImage(const char* path, zob::IUnknown** out) {
+  if (!out) return zob::kInvalidArgument;
+  *out = nullptr;
+  if (!path) return zob::kInvalidArgument;
+  constexpr std::size_t kLimit = 64u << 20;
+  KtzFile* file = nullptr;
+  ZResult r = ktzFileOpen(path, kKtzFileRead, &file);
+  if (EFAILED(r)) return r;
+  std::string bytes;
+  char buf[8192];
+  for (;;) {
+    std::size_t got = 0;
+    r = ktzFileRead(file, buf, sizeof buf, &got);
+    if (EFAILED(r) || got == 0) break;
+    if (bytes.size() + got > kLimit) {
+      r = zob::kUnsupported;
+      break;
+    }
+    bytes.append(buf, got);
+  }
+  ktzFileClose(file);
+  if (EFAILED(r)) return r;
+  zob::Ref<FileImage> image = FileImage::create(path, bytes);
+  *out = image.detach();
+  return zob::kOk;
 }
 
 }  // namespace kelp::host

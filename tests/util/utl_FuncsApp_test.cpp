@@ -8,6 +8,8 @@
 #include <kelp/util/utl_Funcs.h>
 #include <zob/zob_mem.h>
 
+#include "test_support.h"
+
 #include <string>
 #include <vector>
 
@@ -292,4 +294,57 @@ TEST(FuncsApp, ActionCanceled) {
   EXPECT_FALSE(Funcs::actionCanceled(h.get(), nullptr, "delete"));
   EXPECT_EQ(h.messages(), (V{"Send of 'vetoableAction' event failed: resource busy"}));
   h.app->eventDispatcher()->removeEventListener(&vetoer);
+}
+
+TEST(FuncsApp, Images) {
+  Host h;
+  auto node = kelp::host::PDBNode::create();
+  node->setImagePath("thumbnail", "/img/chair-small.png");
+  node->setImagePath("", "/img/chair.png");
+  auto view = kelp::host::PDBView::create();
+  dsr::IPDBNode* n = node.get();
+  EXPECT_EQ(Funcs::getImagePathFromPDBNode(h.get(), n, "thumbnail"), "/img/chair-small.png");
+  EXPECT_EQ(Funcs::getImagePathFromPDBNode(h.get(), n, std::string()), "/img/chair.png");
+  EXPECT_EQ(Funcs::getImagePathFromPDBNode(h.get(), n, static_cast<const char*>(nullptr)),
+            "/img/chair.png");
+  EXPECT_EQ(Funcs::getImagePathFromPDBNode(h.get(), n, "large"), "");
+  EXPECT_EQ(Funcs::getImagePathFromPDBNode(h.get(), nullptr, "thumbnail"), "");
+  EXPECT_EQ(Funcs::getDefaultImageColumnId(h.get(), view.get()), "thumbnail");
+  view->setDefaultImageColumnId("large");
+  EXPECT_EQ(Funcs::getDefaultImageColumnId(h.get(), view.get()), "large");
+  EXPECT_EQ(Funcs::getDefaultImageColumnId(h.get(), nullptr), "");
+  EXPECT_TRUE(h.messages().empty());
+
+  node->failRequest("getImagePath", zob::kIOError);
+  view->failRequest("getDefaultImageColumnId");
+  EXPECT_EQ(Funcs::getImagePathFromPDBNode(h.get(), n, "thumbnail"), "");
+  EXPECT_EQ(Funcs::getDefaultImageColumnId(h.get(), view.get()), "");
+  EXPECT_EQ(withoutLines(h.messages()), (V{"QUV assertion failed: utl_Funcs[]: !EFAILED(tRes)",
+                                           "QUV assertion failed: utl_Funcs[]: !EFAILED(tRes)"}));
+}
+
+TEST(FuncsApp, ImageFactory) {
+  EXPECT_FALSE(Funcs::getImageFactory());
+  auto factory = kelp::host::ImageFactory::create();
+  Funcs::setImageFactory(factory.get());
+  EXPECT_EQ(factory->refCount(), 2u);
+  {
+    zob::Ref<fw::IImageFactory> got = Funcs::getImageFactory();
+    EXPECT_EQ(got.get(), static_cast<fw::IImageFactory*>(factory.get()));
+    EXPECT_EQ(factory->refCount(), 3u);
+
+    kelp::test::TempDir dir;
+    kelp::test::writeFile(dir.file("a.png"), std::string("\x89PNG\0x", 6));
+    zob::Ref<zob::IUnknown> image;
+    ASSERT_EQ(got->createImage(dir.file("a.png").c_str(), image.out()), zob::kOk);
+    EXPECT_EQ(static_cast<kelp::host::FileImage*>(image.get())->bytes(),
+              std::string("\x89PNG\0x", 6));
+    EXPECT_EQ(got->createImage(dir.file("b.png").c_str(), image.out()), zob::kNotFound);
+    EXPECT_FALSE(image);
+  }
+  Funcs::setImageFactory(factory.get());  // the same again keeps one reference
+  EXPECT_EQ(factory->refCount(), 2u);
+  Funcs::setImageFactory(nullptr);
+  EXPECT_EQ(factory->refCount(), 1u);
+  EXPECT_FALSE(Funcs::getImageFactory());
 }

@@ -26,6 +26,7 @@
 
 #include <fw/fw_IApplication5.h>
 #include <fw/fw_IApplication7.h>
+#include <fw/fw_IImage.h>
 #include <fw/fw_IPackage.h>
 
 namespace kelp::host {
@@ -169,6 +170,59 @@ class KELP_HOST_API PackageManager final : public Object<qor::quv::dsr::IPackage
   FailureTable failures_;
   mutable std::mutex mutex_;
   std::vector<zob::Ref<Package>> packages_;
+};
+
+/* A product-database node with one image path per column. */
+class KELP_HOST_API PDBNode final : public Object<qor::quv::dsr::IPDBNode> {
+ public:
+  static zob::Ref<PDBNode> create();
+  ZResult getImagePath(const char* columnId, char** out) override;
+  void setImagePath(const std::string& columnId, const std::string& path);
+  void failRequest(const std::string& request, ZResult code = zob::kNotImplemented);
+
+ private:
+  PDBNode() = default;
+  FailureTable failures_;
+  mutable std::mutex mutex_;
+  std::map<std::string, std::string> paths_;
+};
+
+/* A view with a default image column ("thumbnail" at first). */
+class KELP_HOST_API PDBView final : public Object<qor::quv::dsr::IPDBView> {
+ public:
+  static zob::Ref<PDBView> create();
+  ZResult getDefaultImageColumnId(char** out) override;
+  void setDefaultImageColumnId(const std::string& columnId);
+  void failRequest(const std::string& request, ZResult code = zob::kNotImplemented);
+
+ private:
+  PDBView() = default;
+  FailureTable failures_;
+  mutable std::mutex mutex_;
+  std::string column_ = "thumbnail";
+};
+
+/* An image loaded by ImageFactory: the file's bytes. */
+class KELP_HOST_API FileImage final : public Object<zob::IUnknown> {
+ public:
+  static zob::Ref<FileImage> create(const std::string& path, const std::string& bytes);
+  const std::string& path() const { return path_; }
+  const std::string& bytes() const { return bytes_; }
+
+ private:
+  FileImage(const std::string& path, const std::string& bytes) : path_(path), bytes_(bytes) {}
+  std::string path_;
+  std::string bytes_;
+};
+
+/* An image factory that reads image files whole (up to 64 MiB). */
+class KELP_HOST_API ImageFactory final : public Object<qor::quv::fw::IImageFactory> {
+ public:
+  static zob::Ref<ImageFactory> create();
+  ZResult createImage(const char* path, zob::IUnknown** out) override;
+
+ private:
+  ImageFactory() = default;
 };
 
 /* A list as a zob sequence of zobStrDup copies; false when out of memory

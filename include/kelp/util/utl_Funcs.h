@@ -19,8 +19,9 @@
  * queries report a failed host call as a failed assertion or query (debug
  * level) and return their neutral result: false or an empty text or list.
  * A null application gives the neutral result at once. No function keeps
- * state; any thread may call them, the number formatting ones follow the
- * process's global locale. */
+ * state but the image factory (set once by the host, under a lock); any
+ * thread may call them, the number formatting ones follow the process's
+ * global locale. */
 #ifndef KELP_UTIL_UTL_FUNCS_H
 #define KELP_UTIL_UTL_FUNCS_H
 
@@ -29,6 +30,7 @@
 #include <vector>
 
 #include <fw/fw_IApplication.h>
+#include <fw/fw_IImage.h>
 #include <fw/fw_IPackage.h>
 #include <kelp/kelp_api.h>
 #include <kelp/util/utl_PString.h>
@@ -207,6 +209,19 @@ class KELP_API Funcs {
   /* Currencies of one package. */
   static std::vector<std::string> getSupportedCurrencies(fw::IApplication* app,
                                                          dsr::IPackage* package);
+
+  /* The path of the node's image in the column; "" when it has none. */
+  static std::string getImagePathFromPDBNode(fw::IApplication* app, dsr::IPDBNode* node,
+                                             const char* columnId);
+  static std::string getImagePathFromPDBNode(fw::IApplication* app, dsr::IPDBNode* node,
+                                             const std::string& columnId);
+  /* The image column the view shows by default. */
+  static std::string getDefaultImageColumnId(fw::IApplication* app, dsr::IPDBView* view);
+  /* Installs the process's image factory (a reference is held; null removes
+   * it). The one piece of state of Funcs, guarded by a lock. */
+  static void setImageFactory(fw::IImageFactory* factory);
+  /* A new reference to the installed factory, or null. */
+  static zob::Ref<fw::IImageFactory> getImageFactory();
 
   /* RFC 3986 helpers of the utility library. */
   static std::string getNormalizedURI(const std::string& uri);
