@@ -126,6 +126,20 @@ int SimpleInputSource::get() {
   return c;
 }
 
+bool SimpleInputSource::peekRun(const char** begin, const char** end) {
+  Data* d = d_;
+  if (d->pos == d->end && !refill()) return false;
+  *begin = d->array + d->pos;
+  *end = d->array + d->end;
+  return true;
+}
+
+void SimpleInputSource::consumeRun(std::size_t count, int lineFeeds) {
+  Data* d = d_;
+  d->pos += count < d->end - d->pos ? count : d->end - d->pos;
+  d->line += lineFeeds;
+}
+
 void SimpleInputSource::unget(char c) {
   Data* d = d_;
   if (!d->ensureArray()) {

@@ -33,6 +33,18 @@ int StackedInputSource::get() {
   }
 }
 
+bool StackedInputSource::peekRun(const char** begin, const char** end) {
+  if (!top()) return false;
+  for (;;) {
+    if (top()->peekRun(begin, end)) return true;
+    if (!pop()) return false;
+  }
+}
+
+void StackedInputSource::consumeRun(std::size_t count, int lineFeeds) {
+  if (top()) top()->consumeRun(count, lineFeeds);
+}
+
 void StackedInputSource::unget(char c) {
   if (top()) top()->unget(c);
 }

@@ -63,6 +63,9 @@ class KELP_API SimpleInputSource : public InputSource {
   bool getNmToken(util::StringBuf* buf) override;
   /* Public id, system id, the current line and column 0. */
   Locator getLocator() override;
+  /* The unread part of the buffer, refilled first when it is used up. */
+  bool peekRun(const char** begin, const char** end) override;
+  void consumeRun(std::size_t count, int lineFeeds) override;
 
   /* Clears the flags and the buffer and restarts the line count, so that
    * the next get fetches again. */

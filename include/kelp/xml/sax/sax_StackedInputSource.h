@@ -45,6 +45,9 @@ class KELP_API StackedInputSource : public InputSource {
   bool getName(util::StringBuf* buf) override;
   bool getNmToken(util::StringBuf* buf) override;
   Locator getLocator() override;
+  /* Runs of the top source; an exhausted top is popped as by get(). */
+  bool peekRun(const char** begin, const char** end) override;
+  void consumeRun(std::size_t count, int lineFeeds) override;
   bool setEncoding(const char* from, const char* to) override;
   int fetch(char* buffer, std::size_t size) override;
 
