@@ -19,6 +19,7 @@
 #include <kelp/util/utl_StackAlloc.h>
 #include <kelp/xml/sax/sax_Attributes.h>
 #include <kelp/xml/sax/sax_DefaultHandler.h>
+#include <kelp/xml/sax/sax_HTML4Entities.h>
 #include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/sax/sax_Locator.h>
 #include <kelp/xml/sax/sax_ParseException.h>
@@ -463,6 +464,10 @@ struct SimpleXMLReader::Data {
                                                  {"gt", '>', false},
                                                  {"apos", '\'', false},
                                                  {"quot", '"', false}};
+    // A name of the HTML 4 set counts as a reference to its character.
+    if (html4Entities) {
+      if (unsigned int cp = HTML4Entities::lookup(name)) return deliverCodePoint(where, cp, out);
+    }
     for (const Predefined& p : kPredefined) {
       if (std::strcmp(name, p.name) != 0) continue;
       bool asReference = p.asReference || (where == RefContext::AttributeValue && quote == p.c);
