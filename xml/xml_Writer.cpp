@@ -183,7 +183,24 @@ struct XMLWriter::Data {
   void writeEscaped(const char* p, unsigned char special) {
     for (;;) {
       const char* run = p;
-      while (!(detail::kWriterChars[static_cast<unsigned char>(*p)] & special)) ++p;
+      const auto& chars = detail::kWriterChars;
+      // Four bytes a round: plain text is the common case.
+      for (;;) {
+        if (chars[static_cast<unsigned char>(p[0])] & special) break;
+        if (chars[static_cast<unsigned char>(p[1])] & special) {
+          p += 1;
+          break;
+        }
+        if (chars[static_cast<unsigned char>(p[2])] & special) {
+          p += 2;
+          break;
+        }
+        if (chars[static_cast<unsigned char>(p[3])] & special) {
+          p += 3;
+          break;
+        }
+        p += 4;
+      }
       write(run, static_cast<std::size_t>(p - run));
       switch (*p) {
         case '\0':
@@ -313,6 +330,8 @@ std::uint32_t XMLWriter::release() {
   return static_cast<std::uint32_t>(left);
 }
 
+// The operations test `d_ && d_->isOpen()` inline rather than call the
+// exported isOpen, which a shared library reaches through its symbol table.
 bool XMLWriter::isOpen() const {
   return d_ && d_->isOpen();
 }
@@ -348,7 +367,7 @@ ZResult XMLWriter::writeDeclaration() {
 }
 
 ZResult XMLWriter::startElement(const char* name, ElementFormat format) try {
-  if (!isOpen()) return zob::kInvalidState;
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
   if (!name || !*name) return zob::kInvalidArgument;
   if (format < kFormatInline || format > kFormatIndentedBlock) return zob::kInvalidArgument;
   Data& d = *d_;
@@ -371,7 +390,7 @@ ZResult XMLWriter::startElement(const char* name, ElementFormat format) try {
 }
 
 ZResult XMLWriter::endElement() {
-  if (!isOpen()) return zob::kInvalidState;
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
   Data& d = *d_;
   if (d.state == Probe::kCData) return zob::kInvalidState;
   if (d.elements.empty()) return invalidState("Empty element stack in end of element.");
@@ -391,7 +410,7 @@ ZResult XMLWriter::endElement() {
 }
 
 ZResult XMLWriter::stringAttribute(const char* name, const char* value) try {
-  if (!isOpen()) return zob::kInvalidState;
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
   if (!name || !*name) return zob::kInvalidArgument;
   Data& d = *d_;
   if (d.state != Probe::kStartTagOpen) return invalidState("Attribute outside start element tag");
@@ -429,7 +448,7 @@ ZResult XMLWriter::floatAttribute(const char* name, double value) try {
 }
 
 ZResult XMLWriter::characters(const char* text) try {
-  if (!isOpen()) return zob::kInvalidState;
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
   Data& d = *d_;
   if (d.state == Probe::kStartTagOpen) {
     d.markup(">");
@@ -473,26 +492,26 @@ bool XMLWriter::cdata(const char* text) {
 }
 
 ZResult XMLWriter::startCDATA() {
-  if (!isOpen()) return zob::kInvalidState;
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
   d_->bracketCount = 0;
   d_->content("<![CDATA[");
   return d_->result();
 }
 
 ZResult XMLWriter::endCDATA() {
-  if (!isOpen()) return zob::kInvalidState;
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
   d_->content("]]>");
   return EFAILED(d_->result()) ? 0 : 1;
 }
 
 ZResult XMLWriter::getErrorMessage(char** message) {
   if (!message) return zob::kInvalidArgument;
-  *message = zobStrDup(isOpen() ? d_->errorMessage.c_str() : "XMLWriter not initialized");
+  *message = zobStrDup(d_ && d_->isOpen() ? d_->errorMessage.c_str() : "XMLWriter not initialized");
   return *message ? zob::kOk : zob::kOutOfMemory;
 }
 
 ZResult XMLWriter::flush() {
-  if (!isOpen()) return zob::kInvalidState;
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
   Data& d = *d_;
   if (!d.flushBuffer(true)) d.writeFailed = true;
   if (d.stream) {
@@ -517,7 +536,7 @@ void XMLWriter::setExternalDTD(const std::string& name, const std::string& publi
 }
 
 ZResult XMLWriter::close() {
-  if (!isOpen()) return 1;
+  if (!d_ || !d_->isOpen()) return 1;
   Data& d = *d_;
   d.codecFlags |= kFinalCall;
   if (!d.flushBuffer(false)) d.writeFailed = true;
