@@ -1,0 +1,44 @@
+// CDATA sections: character data written between CDATA markers.
+#define QUV_SOURCE_NAME "dom_CDATASection"
+#include <kelp/xml/dom/dom_CDATASection.h>
+
+#include <new>
+
+#include "dom_Node_impl.h"
+
+namespace qor::quv::xml::dom {
+
+CDATASection::CDATASection(const util::WeakRefBase& document, const std::string& data)
+    : Text(document, data) {}
+
+CDATASection::~CDATASection() = default;
+
+ZResult CDATASection::queryInterface(const char* iid, zob::IUnknown** out) {
+  if (out && zobCompareIID(iid, IDomCDATASection::IID)) {
+    *out = static_cast<IDomCDATASection*>(this);
+    nodeAddRef();
+    return zob::kOk;
+  }
+  return Text::queryInterface(iid, out);
+}
+
+ZResult CDATASection::writeStart(IXMLWriter* writer) {
+  ZResult res = writer->startCDATA();
+  if (EFAILED(res)) return res;
+  res = writer->characters(data_.c_str());
+  if (EFAILED(res)) return res;
+  // endCDATA answers whether its write succeeded, not a result code.
+  res = writer->endCDATA();
+  if (res == 0) return zob::kWriteFailure;
+  return EFAILED(res) ? res : zob::kOk;
+}
+
+zob::Ref<Node> CDATASection::cloneShallow(const util::WeakRefBase& document) const {
+  return zob::Ref<Node>(new (std::nothrow) CDATASection(document, data_));
+}
+
+zob::Ref<Text> CDATASection::makeSibling(const std::string& data) const {
+  return zob::Ref<Text>(new (std::nothrow) CDATASection(documentRef(), data));
+}
+
+}  // namespace qor::quv::xml::dom
