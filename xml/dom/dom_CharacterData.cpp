@@ -28,24 +28,24 @@ bool CharacterData::checkRange(int offset, int* count) const {
   return true;
 }
 
-bool CharacterData::substringData(int offset, int count, std::string* result) const {
-  if (!checkRange(offset, &count)) return false;
+ZResult CharacterData::substringData(int offset, int count, std::string* result) const {
+  if (!checkRange(offset, &count)) return zob::kDomIndexSize;
   if (result)
     result->assign(data_, static_cast<std::size_t>(offset), static_cast<std::size_t>(count));
-  return true;
+  return zob::kOk;
 }
 
-bool CharacterData::insertData(int offset, const std::string& data) {
+ZResult CharacterData::insertData(int offset, const std::string& data) {
   int none = 0;
-  if (!checkRange(offset, &none)) return false;
+  if (!checkRange(offset, &none)) return zob::kDomIndexSize;
   data_.insert(static_cast<std::size_t>(offset), data);
-  return true;
+  return zob::kOk;
 }
 
-bool CharacterData::replaceData(int offset, int count, const std::string& data) {
-  if (!checkRange(offset, &count)) return false;
+ZResult CharacterData::replaceData(int offset, int count, const std::string& data) {
+  if (!checkRange(offset, &count)) return zob::kDomIndexSize;
   data_.replace(static_cast<std::size_t>(offset), static_cast<std::size_t>(count), data);
-  return true;
+  return zob::kOk;
 }
 
 ZResult CharacterData::getData(char** data) {
@@ -67,8 +67,8 @@ ZResult CharacterData::substringData(int offset, int count, char** data) {
   if (!data) return zob::kInvalidArgument;
   *data = nullptr;
   std::string part;
-  if (!substringData(offset, count, &part)) return zob::kDomIndexSize;
-  return detail::copyOut(part, data);
+  ZResult res = substringData(offset, count, &part);
+  return EFAILED(res) ? res : detail::copyOut(part, data);
 }
 
 ZResult CharacterData::appendData(const char* data) {
@@ -77,7 +77,7 @@ ZResult CharacterData::appendData(const char* data) {
 }
 
 ZResult CharacterData::insertData(int offset, const char* data) {
-  return insertData(offset, std::string(detail::orEmpty(data))) ? zob::kOk : zob::kDomIndexSize;
+  return insertData(offset, std::string(detail::orEmpty(data)));
 }
 
 ZResult CharacterData::deleteData(int offset, int count) {
@@ -87,8 +87,7 @@ ZResult CharacterData::deleteData(int offset, int count) {
 }
 
 ZResult CharacterData::replaceData(int offset, int count, const char* data) {
-  return replaceData(offset, count, std::string(detail::orEmpty(data))) ? zob::kOk
-                                                                        : zob::kDomIndexSize;
+  return replaceData(offset, count, std::string(detail::orEmpty(data)));
 }
 
 }  // namespace qor::quv::xml::dom

@@ -94,16 +94,16 @@ std::string Element::getAttribute(const std::string& name) const {
   return a ? a->value_ : std::string();
 }
 
-bool Element::setAttribute(const std::string& name, const std::string& value) {
+ZResult Element::setAttribute(const std::string& name, const std::string& value) {
   if (Attr* a = find(name.c_str())) {
     a->value_ = value;
-    return true;
+    return zob::kOk;
   }
   Attr* a = new (std::nothrow) Attr(documentRef(), name, value);
-  if (!a) return false;
+  if (!a) return zob::kOutOfMemory;
   zob::Ref<Attr> hold(a);
   insertAttr(a);
-  return true;
+  return zob::kOk;
 }
 
 void Element::removeAttribute(const std::string& name) {
@@ -210,9 +210,7 @@ ZResult Element::getAttribute(const char* name, char** value) {
 }
 
 ZResult Element::setAttribute(const char* name, const char* value) {
-  return setAttribute(std::string(detail::orEmpty(name)), std::string(detail::orEmpty(value)))
-             ? zob::kOk
-             : zob::kOutOfMemory;
+  return setAttribute(std::string(detail::orEmpty(name)), std::string(detail::orEmpty(value)));
 }
 
 ZResult Element::removeAttribute(const char* name) {

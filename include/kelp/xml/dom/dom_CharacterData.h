@@ -2,9 +2,8 @@
  * and CDATA sections (IDomCharacterData).
  *
  * Offsets and counts are in bytes. A negative offset or count, or an offset
- * beyond the length, is an index error (zob::kDomIndexSize, and false in
- * the native forms); a count that reaches past the end stops at the end.
- * Same ownership and thread rules as Node.
+ * beyond the length, is an index error (zob::kDomIndexSize); a count that reaches past the end
+ * stops at the end. Same ownership and thread rules as Node.
  */
 #ifndef KELP_XML_DOM_DOM_CHARACTERDATA_H
 #define KELP_XML_DOM_DOM_CHARACTERDATA_H
@@ -35,11 +34,13 @@ class KELP_API CharacterData : public Node, public IDomCharacterData_Adapter {
   const std::string& getData() const { return data_; }
   void setData(const std::string& data) { data_ = data; }
   int getLength() const { return static_cast<int>(data_.size()); }
-  /* False for an index error; *result is then unchanged. */
-  bool substringData(int offset, int count, std::string* result) const;
+  /* The native forms answer the same codes as the interface forms, so
+   * that either overload means the same; *result is unchanged on an index
+   * error. */
+  ZResult substringData(int offset, int count, std::string* result) const;
   void appendData(const std::string& data) { data_ += data; }
-  bool insertData(int offset, const std::string& data);
-  bool replaceData(int offset, int count, const std::string& data);
+  ZResult insertData(int offset, const std::string& data);
+  ZResult replaceData(int offset, int count, const std::string& data);
 
   using Node::getNodeValue;
   std::string getNodeValue() const override { return data_; }

@@ -50,9 +50,9 @@ class KELP_API Element : public Node, public IDomElement_Adapter {
   const std::string& getTagName() const { return tagName_; }
   /* "" when absent. */
   std::string getAttribute(const std::string& name) const;
-  /* Sets the value of the attribute, creating it when absent; false when
-   * out of memory. */
-  bool setAttribute(const std::string& name, const std::string& value);
+  /* Sets the value of the attribute, creating it when absent:
+   * zob::kOk, or zob::kOutOfMemory (the same codes as the interface form). */
+  ZResult setAttribute(const std::string& name, const std::string& value);
   /* Removes the attribute when present (its owner is cleared). */
   void removeAttribute(const std::string& name);
   Attr* getAttributeNode(const std::string& name) const;
