@@ -10,6 +10,10 @@ void XMLReader::reserveAttributes(Attributes* attributes, unsigned count) {
   if (attributes) attributes->reserve(count);
 }
 
+void XMLReader::clearAttributes(Attributes* attributes) {
+  if (attributes && attributes->data_) attributes->data_->attrs.clear();
+}
+
 void XMLReader::addAttribute(Attributes* attributes, const char* uri, const char* localName,
                              const char* qName, const char* type, const char* value) {
   if (attributes) attributes->add(uri, localName, qName, type, value);

@@ -68,6 +68,18 @@ class KELP_API InputSource {
   /* Fills buffer with up to size bytes of decoded input; returns the number
    * of bytes, 0 at the end of input, -1 on a read error. */
   virtual int fetch(char* buffer, std::size_t size) = 0;
+
+  /* Run access for scanners, so that a reader pays one call per run of
+   * bytes instead of one per byte. peekRun makes at least one byte
+   * available and stores the unread buffered bytes as [*begin, *end); false
+   * at the end of input or on a read error. The bytes stay valid until the
+   * next call on the source. The default shows one byte at a time through
+   * get() and unget(). */
+  virtual bool peekRun(const char** begin, const char** end);
+  /* Takes count bytes of the run peekRun showed, lineFeeds of them line
+   * feeds (the caller counts them as it scans, so the line count needs no
+   * second pass). The default reads them with get(). */
+  virtual void consumeRun(std::size_t count, int lineFeeds);
 };
 
 }  // namespace qor::quv::xml::sax

@@ -57,6 +57,11 @@ class KELP_API XMLReader {
  protected:
   /* Makes room for count attributes in *attributes. */
   void reserveAttributes(Attributes* attributes, unsigned count);
+  /* Empties *attributes but keeps its storage, so that a reader can fill
+   * one list for every start tag without allocating. A handler that kept a
+   * copy of the handle sees the change; it must not keep one anyway, since
+   * the strings end with the callback. */
+  void clearAttributes(Attributes* attributes);
   /* Appends an attribute to *attributes; the strings are borrowed and must
    * stay valid while handlers see the list. A null string counts as "". */
   void addAttribute(Attributes* attributes, const char* uri, const char* localName,

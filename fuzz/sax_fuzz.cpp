@@ -1,0 +1,134 @@
+// SimpleXMLReader over arbitrary bytes. The first byte picks the features and
+// how the input arrives (whole or in small pieces); every handler is
+// installed and touches every string it receives, so the sanitizers check
+// each pointer the reader hands out.
+#include <kelp/xml/sax/sax_Attributes.h>
+#include <kelp/xml/sax/sax_DefaultHandler.h>
+#include <kelp/xml/sax/sax_ISInputSource.h>
+#include <kelp/xml/sax/sax_ParseException.h>
+#include <kelp/xml/sax/sax_SimpleXMLReader.h>
+#include <zob/zob_io.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+using namespace qor::quv::xml::sax;
+
+namespace {
+
+size_t touch(const char* s) {
+  return std::strlen(s);
+}
+
+class Toucher : public DefaultHandler {
+ public:
+  size_t sum = 0;
+  size_t events = 0;
+  size_t stopAfter = 0;  // 0: never stop
+
+  bool go() { return stopAfter == 0 || ++events < stopAfter; }
+  bool startElement(const char* uri, const char* localName, const char* qName,
+                    const Attributes& a) override {
+    sum += touch(uri) + touch(localName) + touch(qName);
+    for (int i = 0; i < a.getLength(); ++i)
+      sum += touch(a.getURI(i)) + touch(a.getLocalName(i)) + touch(a.getQName(i)) +
+             touch(a.getType(i)) + touch(a.getValue(i));
+    return go();
+  }
+  bool endElement(const char* uri, const char* localName, const char* qName) override {
+    sum += touch(uri) + touch(localName) + touch(qName);
+    return go();
+  }
+  bool characters(const char* c) override {
+    sum += touch(c);
+    return go();
+  }
+  bool processingInstruction(const char* t, const char* d) override {
+    sum += touch(t) + touch(d);
+    return go();
+  }
+  bool skippedEntity(const char* n) override {
+    sum += touch(n);
+    return go();
+  }
+  bool startPrefixMapping(const char* p, const char* u) override {
+    sum += touch(p) + touch(u);
+    return go();
+  }
+  bool endPrefixMapping(const char* p) override {
+    sum += touch(p);
+    return go();
+  }
+  bool comment(const char* c) override {
+    sum += touch(c);
+    return go();
+  }
+  bool fatalError(const SAXParseException& e) override {
+    sum += e.getMessage().size() + static_cast<size_t>(e.getLineNumber());
+    return true;
+  }
+  std::string getErrorMessage() override { return "stop"; }
+};
+
+// Hands out the input in pieces of a fixed size.
+class PieceStream final : public zob::io::IInputStream_Adapter {
+ public:
+  PieceStream(const uint8_t* data, size_t size, size_t piece)
+      : data_(data), size_(size), piece_(piece) {}
+  ZResult queryInterface(const char*, zob::IUnknown** out) override {
+    *out = nullptr;
+    return zob::kNoInterface;
+  }
+  std::uint32_t addRef() override { return 1; }
+  std::uint32_t release() override { return 1; }
+  ZResult read(void* buffer, std::size_t size, std::size_t* count) override {
+    size_t n = std::min({size, piece_, size_ - pos_});
+    if (n) std::memcpy(buffer, data_ + pos_, n);
+    pos_ += n;
+    *count = n;
+    return zob::kOk;
+  }
+
+ private:
+  const uint8_t* data_;
+  size_t size_;
+  size_t piece_;
+  size_t pos_ = 0;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  if (size == 0) return 0;
+  const uint8_t opts = data[0];
+  ++data;
+  --size;
+  SimpleXMLReader reader(nullptr);
+  Toucher handler;
+  handler.stopAfter = (opts & 0x30) == 0x30 ? size % 17 + 1 : 0;
+  reader.setContentHandler(&handler);
+  reader.setErrorHandler(&handler);
+  reader.setLexicalHandler(&handler);
+  reader.setDTDHandler(&handler);
+  reader.setDeclHandler(&handler);
+  reader.setEntityResolver(&handler);
+  reader.setFeature(SimpleXMLReader::Namespaces, opts & 1);
+  reader.setFeature(SimpleXMLReader::NamespacePrefixes, opts & 2);
+  reader.setFeature(SimpleXMLReader::UseUTF8, opts & 4);
+  reader.setFeature(SimpleXMLReader::HTML4Entities, opts & 8);
+  const size_t pieces[] = {size + 1, 1, 3, 4096};
+  PieceStream stream(data, size, pieces[(opts >> 6) & 3]);
+  ISInputSource source("", "fuzz.xml", &stream);
+  reader.parse(&source);
+  // Read a second document with the same reader: nothing may carry over that
+  // breaks it.
+  if (opts & 0x10) {
+    PieceStream again(data, size, size + 1);
+    ISInputSource second("", "fuzz.xml", &again);
+    reader.parse(&second);
+  }
+  return handler.sum == static_cast<size_t>(-1);
+}

@@ -1,0 +1,1030 @@
+// SimpleXMLReader: XML declaration, prolog, elements with attributes and
+// namespaces, content, CDATA sections, comments, processing instructions and
+// references. The element grammar keeps its open elements on an explicit
+// stack, so any nesting depth parses in constant call depth.
+#define QUV_SOURCE_NAME "sax_SimpleXMLReader"
+#include <kelp/xml/sax/sax_SimpleXMLReader.h>
+
+#include <strings.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include <kelp/util/utl_Logger.h>
+#include <kelp/util/utl_StackAlloc.h>
+#include <kelp/xml/sax/sax_Attributes.h>
+#include <kelp/xml/sax/sax_DefaultHandler.h>
+#include <kelp/xml/sax/sax_ISInputSource.h>
+#include <kelp/xml/sax/sax_Locator.h>
+#include <kelp/xml/sax/sax_ParseException.h>
+#include <kelp/xml/sax/sax_StackedInputSource.h>
+#include <ktz/ktz_codec.h>
+#include <ktz/ktz_locale.h>
+#include <zob/zob_io.h>
+
+#include "xml/sax/sax_SimpleXMLReader_impl.h"
+
+namespace qor::quv::xml::sax {
+
+#define KELP_SAX_FEATURES "http://xml.org/sax/features/"
+#define KELP_OWN_FEATURES "http://www.qor-software.net/quv/sax/features/"
+
+const char* const SimpleXMLReader::Namespaces = KELP_SAX_FEATURES "namespaces";
+const char* const SimpleXMLReader::NamespacePrefixes = KELP_SAX_FEATURES "namespace-prefixes";
+const char* const SimpleXMLReader::UseUTF8 = KELP_OWN_FEATURES "use-utf8";
+const char* const SimpleXMLReader::HTML4Entities = KELP_OWN_FEATURES "html4-entities";
+
+namespace {
+
+using detail::scanClass;
+
+constexpr char kXmlNamespace[] = "http://www.w3.org/XML/1998/namespace";
+constexpr char kXmlnsNamespace[] = "http://www.w3.org/2000/xmlns/";
+constexpr char kEmpty[] = "";
+constexpr char kCData[] = "CDATA";
+
+constexpr char kNameExpected[] = "syntax error (name expected)";
+constexpr char kSpaceExpected[] = "syntax error (space expected)";
+
+// Where a reference stands; decides how its replacement is delivered.
+enum class RefContext { Content, AttributeValue };
+
+}  // namespace
+
+struct SimpleXMLReader::Data {
+  Data(SimpleXMLReader* r, fw::IApplication* a) : reader(r), app(a), scratch(8192) {}
+
+  SimpleXMLReader* reader;  // fills attribute lists through the base class
+  zob::Ref<fw::IApplication> app;
+  DefaultHandler defaultHandler;
+  ContentHandler* content = &defaultHandler;
+  DTDHandler* dtd = &defaultHandler;
+  EntityResolver* resolver = &defaultHandler;
+  ErrorHandler* errors = &defaultHandler;
+  DeclHandler* decl = &defaultHandler;
+  LexicalHandler* lexical = &defaultHandler;
+
+  bool namespaces = true;
+  bool namespacePrefixes = false;
+  bool useUtf8 = false;
+  bool html4Entities = false;
+
+  // Scratch texts: character data, comments and PI data (text); attribute
+  // and declaration values (value); names that span buffer refills
+  // (nameBuf).
+  std::string text;
+  std::string value;
+  std::string nameBuf;
+
+  // Namespace bindings, oldest first; newest maps a prefix to the index of
+  // its newest binding, and each binding links to the one it hides.
+  struct Binding {
+    const char* prefix;
+    const char* uri;
+    int hidden;  // index of the previous binding of the prefix, or -1
+  };
+  std::vector<Binding> bindings;
+  std::unordered_map<std::string_view, int> newest;
+  const char* defaultUri = kEmpty;
+
+  // The UTF-32 codec for character references when the output is not UTF-8:
+  // opened on first use in a parse, closed at the next parse.
+  KtzTextCodec* utf32Codec = nullptr;
+  bool utf32CodecFailed = false;
+
+  util::StackAlloc scratch;
+
+  // Per parse.
+  detail::Cursor cur;
+  StackedInputSource* input = nullptr;
+
+  // The attributes of the start tag being read, in document order.
+  struct RawAttr {
+    const char* name;
+    size_t length;
+    const char* value;
+  };
+  std::vector<RawAttr> attrs;
+  // The list handed to startElement, emptied and refilled for every tag.
+  Attributes list;
+
+  // Open elements, document element first.
+  struct Open {
+    const char* qName;
+    const char* uri;
+    const char* localName;
+    void* mark;       // scratch position before the element's strings
+    size_t bindings;  // bindings in force before the element
+    size_t qLength;
+  };
+  std::vector<Open> open;
+
+  ~Data() { closeCodec(); }
+
+  void closeCodec() {
+    if (utf32Codec) ktzCloseTextCodec(utf32Codec);
+    utf32Codec = nullptr;
+    utf32CodecFailed = false;
+  }
+
+  // The flag of a known feature, or null.
+  bool* feature(const std::string& name) {
+    if (name == SimpleXMLReader::Namespaces) return &namespaces;
+    if (name == SimpleXMLReader::NamespacePrefixes) return &namespacePrefixes;
+    if (name == SimpleXMLReader::UseUTF8) return &useUtf8;
+    if (name == SimpleXMLReader::HTML4Entities) return &html4Entities;
+    return nullptr;
+  }
+
+  // ---- errors -------------------------------------------------------------
+
+  // Reports msg as a fatal error at the current input position. Always
+  // returns false so that grammar routines can `return fatal(...)`.
+  bool fatal(const std::string& msg) {
+    cur.commit();
+    SAXParseException ex(msg, input->getLocator());
+    errors->fatalError(ex);  // its answer changes nothing: the parse stops
+    return false;
+  }
+  bool endOfInput() { return fatal(input->error() ? "read error" : "unexpected end of input"); }
+  bool expected(const char* what) {
+    return fatal(std::string("syntax error ('%1' expected)") << what);
+  }
+  bool expectedOneOf(const char* set) {
+    return fatal(std::string("syntax error ([%1] expected)") << set);
+  }
+  template <class Handler>
+  bool refused(Handler* h) {
+    return fatal(h->getErrorMessage());
+  }
+
+  // ---- scanning -----------------------------------------------------------
+
+  // Skips white space; true when there was any.
+  bool skipSpace() {
+    bool any = false;
+    for (;;) {
+      if (cur.p == cur.e && !cur.fill()) return any;
+      const char* p = cur.p;
+      const char* e = cur.e;
+      int lf = 0;
+      while (p < e && (scanClass(*p) & detail::kSpace)) {
+        lf += *p == '\n';
+        ++p;
+      }
+      any |= p != cur.p;
+      cur.lineFeeds += lf;
+      cur.p = p;
+      if (p < e) return any;
+    }
+  }
+
+  // Does the input continue with s? Looks further than the window when it
+  // must, without taking anything.
+  bool lookingAt(const char* s, size_t n) {
+    if (cur.p == cur.e && !cur.fill()) return false;
+    size_t have = static_cast<size_t>(cur.e - cur.p);
+    if (have >= n) return std::memcmp(cur.p, s, n) == 0;
+    if (std::memcmp(cur.p, s, have) != 0) return false;
+    // The window ends inside the pattern: read the rest byte by byte and put
+    // everything back.
+    cur.drop();
+    char got[16];
+    size_t k = 0;
+    bool match = true;
+    while (k < n) {
+      int c = input->get();
+      if (c < 0) {
+        match = false;
+        break;
+      }
+      got[k++] = static_cast<char>(c);
+      if (got[k - 1] != s[k - 1]) {
+        match = false;
+        break;
+      }
+    }
+    while (k > 0) input->unget(got[--k]);
+    return match;
+  }
+  // Takes n bytes known to be there (after lookingAt).
+  void take(size_t n) {
+    while (n-- > 0) {
+      cur.peek();
+      cur.skip();
+    }
+  }
+  bool accept(const char* s, size_t n) {
+    if (!lookingAt(s, n)) return false;
+    take(n);
+    return true;
+  }
+  bool expect(char c) {
+    int got = cur.peek();
+    if (got < 0) return endOfInput();
+    if (got != static_cast<unsigned char>(c)) {
+      char s[2] = {c, 0};
+      return expected(s);
+    }
+    cur.skip();
+    return true;
+  }
+
+  // Appends input to out up to the next byte of class stop other than CR and
+  // LF; CR LF and a lone CR arrive as LF. Returns that byte, not taken, or -1
+  // at the end of input.
+  int scanText(std::uint16_t stop, std::string& out) {
+    for (;;) {
+      if (cur.p == cur.e && !cur.fill()) return -1;
+      const char* s = cur.p;
+      const char* p = s;
+      const char* e = cur.e;
+      for (;;) {
+        while (e - p >= 4) {
+          if (scanClass(p[0]) & stop) goto hit;
+          if (scanClass(p[1]) & stop) {
+            p += 1;
+            goto hit;
+          }
+          if (scanClass(p[2]) & stop) {
+            p += 2;
+            goto hit;
+          }
+          if (scanClass(p[3]) & stop) {
+            p += 3;
+            goto hit;
+          }
+          p += 4;
+        }
+        while (p < e && !(scanClass(*p) & stop)) ++p;
+      hit:
+        if (p == e) break;
+        if (*p == '\n') {
+          ++cur.lineFeeds;
+          ++p;
+          continue;
+        }
+        if (*p == '\r') {
+          out.append(s, static_cast<size_t>(p - s));
+          out += '\n';
+          cur.p = p + 1;
+          if (cur.p == cur.e && !cur.fill()) return -1;
+          if (*cur.p == '\n') cur.skip();
+          s = p = cur.p;
+          e = cur.e;
+          continue;
+        }
+        out.append(s, static_cast<size_t>(p - s));
+        cur.p = p;
+        return static_cast<unsigned char>(*p);
+      }
+      out.append(s, static_cast<size_t>(p - s));
+      cur.p = p;
+    }
+  }
+
+  char* scratchCopy(const char* s, size_t n) {
+    char* r = static_cast<char*>(scratch.alloc(static_cast<unsigned>(n + 1)));
+    std::memcpy(r, s, n);
+    r[n] = 0;
+    return r;
+  }
+
+  // Reads a name into the scratch allocator; null (nothing reported) when no
+  // name starts here.
+  char* readName(size_t* length) {
+    if (cur.p == cur.e && !cur.fill()) return nullptr;
+    if (!(scanClass(*cur.p) & detail::kNameStart)) return nullptr;
+    const char* s = cur.p;
+    const char* p = s + 1;
+    while (p < cur.e && (scanClass(*p) & detail::kNameChar)) ++p;
+    if (p < cur.e) {
+      cur.p = p;
+      *length = static_cast<size_t>(p - s);
+      return scratchCopy(s, *length);
+    }
+    nameBuf.assign(s, static_cast<size_t>(p - s));
+    cur.p = p;
+    while (cur.fill()) {
+      s = p = cur.p;
+      while (p < cur.e && (scanClass(*p) & detail::kNameChar)) ++p;
+      nameBuf.append(s, static_cast<size_t>(p - s));
+      cur.p = p;
+      if (p < cur.e) break;
+    }
+    *length = nameBuf.size();
+    return scratchCopy(nameBuf.data(), nameBuf.size());
+  }
+
+  // Reads an attribute value after its opening quote, resolving references;
+  // the result lives in the scratch allocator. Null after a reported error.
+  const char* readAttributeValue(char quote) {
+    const std::uint16_t stop = quote == '"' ? detail::kAttrDqStop : detail::kAttrSqStop;
+    // The common case: the whole value lies in the window and holds no
+    // reference and no line end.
+    const char* s = cur.p;
+    const char* p = s;
+    while (p < cur.e && !(scanClass(*p) & stop)) ++p;
+    if (p < cur.e && *p == quote) {
+      cur.p = p + 1;
+      return scratchCopy(s, static_cast<size_t>(p - s));
+    }
+    value.clear();
+    for (;;) {
+      int c = scanText(stop, value);
+      if (c < 0) return endOfInput(), nullptr;
+      cur.skip();
+      if (c == quote) break;
+      if (c == '<') return fatal("syntax error ('<' not allowed in attribute value)"), nullptr;
+      // '&': the replacement becomes part of the value
+      if (!reference(RefContext::AttributeValue, quote, value)) return nullptr;
+    }
+    return scratchCopy(value.data(), value.size());
+  }
+
+  // ---- references ---------------------------------------------------------
+
+  // Appends code point cp in the output encoding; "?" when it has no form
+  // there.
+  void appendCodePoint(std::uint32_t cp, std::string& out) {
+    if (cp <= 127) {
+      out += static_cast<char>(cp);
+      return;
+    }
+    if (useUtf8) {
+      if ((cp >= 0xD800 && cp <= 0xDFFF) || cp > 0x10FFFF) {
+        out += '?';
+      } else if (cp < 0x800) {
+        out += static_cast<char>(0xC0 | (cp >> 6));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+      } else if (cp < 0x10000) {
+        out += static_cast<char>(0xE0 | (cp >> 12));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+      } else {
+        out += static_cast<char>(0xF0 | (cp >> 18));
+        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+      }
+      return;
+    }
+    if (!utf32Codec && !utf32CodecFailed) {
+      char charset[32];
+      const char* target = "US-ASCII";
+      if (!EFAILED(ktzGetLocaleParam(kKtzLocaleCodeSet, charset, sizeof charset))) target = charset;
+      ZResult tRes = ktzOpenTextCodec("UTF-32LE", target, &utf32Codec);
+      if (!QUV_ASSERT(app.get(), !EFAILED(tRes) && utf32Codec != 0)) {
+        utf32Codec = nullptr;
+        utf32CodecFailed = true;
+      }
+    }
+    if (!utf32Codec) {
+      out += '?';
+      return;
+    }
+    unsigned char in[4] = {static_cast<unsigned char>(cp), static_cast<unsigned char>(cp >> 8),
+                           static_cast<unsigned char>(cp >> 16),
+                           static_cast<unsigned char>(cp >> 24)};
+    char buf[16];
+    size_t used = 0;
+    size_t made = 0;
+    ZResult r = ktzConvertText2(utf32Codec, in, sizeof in, &used, buf, sizeof buf, &made,
+                                kKtzConvFirst | kKtzConvFinal);
+    if (r != zob::kOk || used != sizeof in)
+      out += '?';
+    else
+      out.append(buf, made);
+  }
+
+  // Reads a reference after "&" and delivers its replacement: in content
+  // through characters() (or, for text that the scanner would read as
+  // character data, by starting the next run in out); in an attribute value
+  // by appending to out.
+  bool reference(RefContext where, char quote, std::string& out) {
+    int c = cur.peek();
+    if (c == '#') {
+      cur.skip();
+      std::uint32_t cp = 0;
+      int digits = 0;
+      bool hex = cur.peek() == 'x';
+      if (hex) cur.skip();
+      for (;;) {
+        c = cur.peek();
+        int v;
+        if (c >= '0' && c <= '9')
+          v = c - '0';
+        else if (hex && c >= 'a' && c <= 'f')
+          v = c - 'a' + 10;
+        else if (hex && c >= 'A' && c <= 'F')
+          v = c - 'A' + 10;
+        else
+          break;
+        cur.skip();
+        ++digits;
+        cp = cp > 0x10FFFF ? cp : cp * (hex ? 16 : 10) + static_cast<std::uint32_t>(v);
+      }
+      if (c < 0) return endOfInput();
+      if (c != ';' || digits == 0) return fatal("syntax error (digit or ';' expected)");
+      cur.skip();
+      return deliverCodePoint(where, cp, out);
+    }
+    void* mark = scratch.getAllocBase();
+    size_t n = 0;
+    const char* name = readName(&n);
+    if (!name) return cur.peek() < 0 ? endOfInput() : fatal(kNameExpected);
+    if (!expect(';')) return false;
+    bool ok = entityReference(where, quote, name, out);
+    scratch.setAllocBase(mark);
+    return ok;
+  }
+
+  bool deliverCodePoint(RefContext where, std::uint32_t cp, std::string& out) {
+    if (where != RefContext::Content) {
+      appendCodePoint(cp, out);
+      return true;
+    }
+    std::string& chars = value;  // out is empty here: the run before was delivered
+    chars.clear();
+    appendCodePoint(cp, chars);
+    return content->characters(chars.c_str()) || refused(content);
+  }
+
+  // A named reference. The predefined entities stand for short replacement
+  // texts: "&#38;" for amp and "&#60;" for lt, which cannot start markup;
+  // ">" for gt; the quote character itself for apos and quot, or its
+  // character reference inside a value delimited by that quote. They are
+  // expanded in place, exactly as reading those texts would: a character
+  // reference is delivered on its own, a plain character starts the next
+  // run of character data. A name the reader does not know goes to
+  // skippedEntity, in content and in attribute values alike. Declared
+  // entities (read through the input stack) and the HTML 4 set, when they
+  // come, are looked up before the predefined names.
+  bool entityReference(RefContext where, char quote, const char* name, std::string& out) {
+    struct Predefined {
+      const char* name;
+      char c;
+      bool asReference;  // replaced by a character reference
+    };
+    static constexpr Predefined kPredefined[] = {{"amp", '&', true},
+                                                 {"lt", '<', true},
+                                                 {"gt", '>', false},
+                                                 {"apos", '\'', false},
+                                                 {"quot", '"', false}};
+    for (const Predefined& p : kPredefined) {
+      if (std::strcmp(name, p.name) != 0) continue;
+      bool asReference = p.asReference || (where == RefContext::AttributeValue && quote == p.c);
+      if (asReference) return deliverCodePoint(where, static_cast<unsigned char>(p.c), out);
+      out += p.c;
+      return true;
+    }
+    return content->skippedEntity(name) || refused(content);
+  }
+
+  // ---- namespaces ---------------------------------------------------------
+
+  void bind(const char* prefix, const char* uri) {
+    int index = static_cast<int>(bindings.size());
+    auto [it, inserted] = newest.try_emplace(std::string_view(prefix), index);
+    int hidden = inserted ? -1 : it->second;
+    it->second = index;
+    bindings.push_back({prefix, uri, hidden});
+    if (!*prefix) defaultUri = uri;
+  }
+
+  // Removes the bindings above `keep`, newest first.
+  bool unbind(size_t keep) {
+    while (bindings.size() > keep) {
+      Binding b = bindings.back();
+      bindings.pop_back();
+      if (b.hidden >= 0)
+        newest[std::string_view(b.prefix)] = b.hidden;
+      else
+        newest.erase(std::string_view(b.prefix));
+      if (!*b.prefix) defaultUri = b.hidden >= 0 ? bindings[b.hidden].uri : kEmpty;
+      if (!content->endPrefixMapping(b.prefix)) return refused(content);
+    }
+    return true;
+  }
+
+  const char* lookup(std::string_view prefix) {
+    auto it = newest.find(prefix);
+    return it == newest.end() ? kEmpty : bindings[it->second].uri;
+  }
+
+  void resetBindings() {
+    bindings.clear();
+    newest.clear();
+    defaultUri = kEmpty;
+    bind("xml", kXmlNamespace);
+    bind("xmlns", kXmlnsNamespace);
+  }
+
+  static bool isNamespaceDeclaration(const char* name) {
+    if ((name[0] | 0x20) != 'x' || (name[1] | 0x20) != 'm' || (name[2] | 0x20) != 'l') return false;
+    return std::strncmp(name, "xmlns", 5) == 0 && (name[5] == 0 || name[5] == ':');
+  }
+
+  // Splits a qualified name: uri and localName per the namespace rules.
+  void resolve(const char* qName, size_t length, bool isElement, const char** uri,
+               const char** localName) {
+    if (!namespaces) {
+      *uri = kEmpty;
+      *localName = kEmpty;
+      return;
+    }
+    const char* colon = static_cast<const char*>(std::memchr(qName, ':', length));
+    if (!colon) {
+      *uri = isElement ? defaultUri : kEmpty;
+      *localName = qName;
+      return;
+    }
+    *uri = lookup(std::string_view(qName, static_cast<size_t>(colon - qName)));
+    *localName = colon + 1;
+  }
+
+  // ---- markup -------------------------------------------------------------
+
+  // A start tag after "<": reports it and, unless it was empty, opens the
+  // element on the stack.
+  bool startTag() {
+    void* mark = scratch.getAllocBase();
+    size_t qLength = 0;
+    const char* qName = readName(&qLength);
+    if (!qName) return cur.peek() < 0 ? endOfInput() : fatal(kNameExpected);
+    size_t bindingsBefore = bindings.size();
+    attrs.clear();
+    bool empty = false;
+    for (;;) {
+      bool space = skipSpace();
+      int c = cur.peek();
+      if (c < 0) return endOfInput();
+      if (c == '>') {
+        cur.skip();
+        break;
+      }
+      if (c == '/') {
+        cur.skip();
+        if (!expect('>')) return false;
+        empty = true;
+        break;
+      }
+      if (!space) return fatal(kSpaceExpected);
+      size_t nameLength = 0;
+      const char* name = readName(&nameLength);
+      if (!name) return fatal(kNameExpected);
+      skipSpace();
+      if (!expect('=')) return false;
+      skipSpace();
+      c = cur.peek();
+      if (c < 0) return endOfInput();
+      if (c != '"' && c != '\'') return expectedOneOf("\"'");
+      cur.skip();
+      const char* v = readAttributeValue(static_cast<char>(c));
+      if (!v) return false;
+      if (isNamespaceDeclaration(name)) {
+        if (namespaces) {
+          const char* prefix = name[5] ? name + 6 : kEmpty;
+          if (!content->startPrefixMapping(prefix, v)) return refused(content);
+          bind(prefix, v);
+        } else if (!namespacePrefixes) {
+          continue;
+        }
+      }
+      if (attrs.capacity() == 0) attrs.reserve(32);
+      attrs.push_back({name, nameLength, v});
+    }
+
+    const char* uri;
+    const char* localName;
+    resolve(qName, qLength, true, &uri, &localName);
+    reader->clearAttributes(&list);
+    if (!attrs.empty()) {
+      reader->reserveAttributes(&list, static_cast<unsigned>(attrs.size()));
+      for (const RawAttr& a : attrs) {
+        const char* aUri;
+        const char* aLocal;
+        resolve(a.name, a.length, false, &aUri, &aLocal);
+        reader->addAttribute(&list, aUri, aLocal, a.name, kCData, a.value);
+      }
+    }
+    if (!content->startElement(uri, localName, qName, list)) return refused(content);
+    if (empty) return endElement(uri, localName, qName, mark, bindingsBefore);
+    open.push_back({qName, uri, localName, mark, bindingsBefore, qLength});
+    return true;
+  }
+
+  bool endElement(const char* uri, const char* localName, const char* qName, void* mark,
+                  size_t bindingsBefore) {
+    if (!content->endElement(uri, localName, qName)) return refused(content);
+    if (!unbind(bindingsBefore)) return false;
+    scratch.setAllocBase(mark);
+    return true;
+  }
+
+  // An end tag after "</" closes the innermost open element.
+  bool endTag() {
+    Open top = open.back();
+    // The usual case: the name is in the window and matches.
+    size_t n = top.qLength;
+    if (static_cast<size_t>(cur.e - cur.p) > n && std::memcmp(cur.p, top.qName, n) == 0 &&
+        !(scanClass(cur.p[n]) & detail::kNameChar)) {
+      cur.p += n;
+    } else {
+      size_t length = 0;
+      const char* name = readName(&length);
+      if (!name) return cur.peek() < 0 ? endOfInput() : fatal(kNameExpected);
+      if (std::strcmp(name, top.qName) != 0)
+        return cur.peek() < 0 ? endOfInput()
+                              : fatal(std::string("element start/end tag name mismatch: %1 vs. %2")
+                                      << top.qName << name);
+    }
+    skipSpace();
+    if (!expect('>')) return false;
+    open.pop_back();
+    return endElement(top.uri, top.localName, top.qName, top.mark, top.bindings);
+  }
+
+  // After "<!--".
+  bool comment() {
+    text.clear();
+    for (;;) {
+      int c = scanText(detail::kDashStop, text);
+      if (c < 0) return endOfInput();
+      cur.skip();
+      c = cur.peek();
+      if (c != '-') {
+        text += '-';
+        continue;
+      }
+      cur.skip();
+      c = cur.peek();
+      if (c < 0) return endOfInput();
+      if (c != '>') return fatal("syntax error (bad comment)");
+      cur.skip();
+      break;
+    }
+    bool ok = lexical->comment(text.c_str()) || refused(lexical);
+    text.clear();
+    return ok;
+  }
+
+  // After "<?".
+  bool processingInstruction() {
+    void* mark = scratch.getAllocBase();
+    size_t n = 0;
+    const char* target = readName(&n);
+    if (!target) return cur.peek() < 0 ? endOfInput() : fatal(kNameExpected);
+    if (std::strcmp(target, "xml") == 0) return fatal("syntax error ('xml' not allowed here)");
+    skipSpace();
+    text.clear();
+    for (;;) {
+      int c = scanText(detail::kQuestionStop, text);
+      if (c < 0) return endOfInput();
+      cur.skip();
+      c = cur.peek();
+      if (c == '>') {
+        cur.skip();
+        break;
+      }
+      text += '?';
+    }
+    bool ok = content->processingInstruction(target, text.c_str()) || refused(content);
+    text.clear();
+    scratch.setAllocBase(mark);
+    return ok;
+  }
+
+  // After "<![CDATA[".
+  bool cdataSection() {
+    if (!lexical->startCDATA()) return refused(lexical);
+    text.clear();
+    for (;;) {
+      int c = scanText(detail::kBracketStop, text);
+      if (c < 0) return endOfInput();
+      size_t brackets = 0;
+      while (cur.peek() == ']') {
+        cur.skip();
+        ++brackets;
+      }
+      if (brackets >= 2 && cur.peek() == '>') {
+        cur.skip();
+        text.append(brackets - 2, ']');
+        break;
+      }
+      text.append(brackets, ']');
+    }
+    if (!text.empty() && !content->characters(text.c_str())) return refused(content);
+    text.clear();
+    return lexical->endCDATA() || refused(lexical);
+  }
+
+  // Content of the open elements, until the document element is closed.
+  bool elementContent() {
+    while (!open.empty()) {
+      int c = scanText(detail::kTextStop, text);
+      bool markupFollows = false;
+      if (c == ']') {
+        size_t brackets = 0;
+        while (cur.peek() == ']') {
+          cur.skip();
+          ++brackets;
+        }
+        text.append(brackets, ']');
+        if (brackets < 2 || cur.peek() != '>') continue;
+        // "]]>" ends the run; what follows must be markup.
+        cur.skip();
+        markupFollows = true;
+        c = cur.peek();
+      }
+      if (c < 0) return endOfInput();
+      if (!text.empty()) {
+        if (!content->characters(text.c_str())) return refused(content);
+        text.clear();
+      }
+      if (c != '<' && markupFollows) return expected("<");
+      cur.skip();
+      if (c == '&') {
+        if (!reference(RefContext::Content, 0, text)) return false;
+        continue;
+      }
+      c = cur.peek();
+      bool ok;
+      if (c == '/') {
+        cur.skip();
+        ok = endTag();
+      } else if (c == '?') {
+        cur.skip();
+        ok = processingInstruction();
+      } else if (c == '!' && accept("![CDATA[", 8)) {
+        ok = cdataSection();
+      } else if (c == '!' && accept("!--", 3)) {
+        ok = comment();
+      } else {
+        ok = startTag();
+      }
+      if (!ok) return false;
+    }
+    return true;
+  }
+
+  // White space, comments and processing instructions. In the prolog the end
+  // of input is an error; after the document element it ends the document,
+  // as does anything else.
+  bool misc(bool prolog) {
+    for (;;) {
+      skipSpace();
+      if (cur.peek() < 0) {
+        if (prolog || input->error()) return endOfInput();
+        return true;
+      }
+      if (accept("<?", 2)) {
+        if (!processingInstruction()) return false;
+      } else if (accept("<!--", 4)) {
+        if (!comment()) return false;
+      } else {
+        return true;
+      }
+    }
+  }
+
+  // ---- XML declaration and encoding ---------------------------------------
+
+  bool applyEncoding(const char* name) {
+    cur.drop();
+    if (!input->setEncoding(name, useUtf8 ? "UTF-8" : "")) {
+      return fatal(std::string("unsupported encoding '%1'") << name);
+    }
+    return true;
+  }
+
+  // "=" and a quoted value of the declaration, into value; each byte must
+  // pass check(byte, index).
+  template <class Check>
+  bool declValue(Check check) {
+    skipSpace();
+    if (!expect('=')) return false;
+    skipSpace();
+    int q = cur.peek();
+    if (q < 0) return endOfInput();
+    if (q != '"' && q != '\'') return expectedOneOf("\"'");
+    cur.skip();
+    value.clear();
+    for (;;) {
+      int c = cur.peek();
+      if (c < 0) return endOfInput();
+      if (c == q) break;
+      if (!check(c, value.size())) return false;
+      value += static_cast<char>(c);
+      cur.skip();
+    }
+    cur.skip();
+    return true;
+  }
+
+  static bool isAsciiLetter(int c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+  static bool isDigit(int c) { return c >= '0' && c <= '9'; }
+
+  // The byte-order mark, then the XML declaration if there is one, and the
+  // encoding they select.
+  bool xmlDeclaration() {
+    const char* chosen = nullptr;
+    if (lookingAt("\xFE\xFF", 2) || lookingAt("\xFF\xFE", 2))
+      chosen = "UTF-16";
+    else if (lookingAt("\xEF\xBB\xBF", 3))
+      chosen = "UTF-8";
+    if (chosen && !applyEncoding(chosen)) return false;
+    bool present = false;
+    if (!readDeclaration(&present)) return false;
+    const char* wanted = !declaredEncoding.empty() ? declaredEncoding.c_str() : "UTF-8";
+    if (chosen && (declaredEncoding.empty() || strcasecmp(chosen, wanted) == 0)) return true;
+    if (!applyEncoding(wanted)) return false;
+    // The source decodes again from the start: read the declaration once
+    // more, now in the document's encoding.
+    return !present || readDeclaration(&present);
+  }
+
+  // "<?xml" and white space start a declaration; it sets declaredEncoding.
+  bool readDeclaration(bool* present) {
+    declaredEncoding.clear();
+    *present = lookingAtXmlDeclaration();
+    if (!*present) return true;
+    take(5);
+    skipSpace();
+    if (!accept("version", 7)) return cur.peek() < 0 ? endOfInput() : expected("version");
+    bool ok = declValue([this](int c, size_t) {
+      if (isAsciiLetter(c) || isDigit(c) || std::strchr("_.:-", c)) return true;
+      return fatal("syntax error (invalid character in version number)");
+    });
+    if (!ok) return false;
+    bool space = skipSpace();
+    if (space && accept("encoding", 8)) {
+      ok = declValue([this](int c, size_t i) {
+        if (i == 0 && !isAsciiLetter(c))
+          return fatal(
+              "syntax error (first character of encoding name must be an ISO-Latin1 letter)");
+        if (isAsciiLetter(c) || isDigit(c) || std::strchr("._-", c)) return true;
+        return fatal("syntax error (invalid character in encoding name)");
+      });
+      if (!ok) return false;
+      if (value.empty()) return fatal("syntax error (empty encoding name)");
+      declaredEncoding = value;
+      space = skipSpace();
+    }
+    if (space && accept("standalone", 10)) {
+      if (!declValue([](int, size_t) { return true; })) return false;
+      if (value != "yes" && value != "no")
+        return fatal("syntax error (standalone must be either 'yes' or 'no')");
+      skipSpace();
+    }
+    if (!accept("?>", 2)) return cur.peek() < 0 ? endOfInput() : expected("?>");
+    return true;
+  }
+  std::string declaredEncoding;
+
+  // "<?xml" followed by white space.
+  bool lookingAtXmlDeclaration() {
+    if (!lookingAt("<?xml", 5)) return false;
+    for (const char* s : {"<?xml ", "<?xml\t", "<?xml\r", "<?xml\n"})
+      if (lookingAt(s, 6)) return true;
+    return false;
+  }
+
+  // ---- document -----------------------------------------------------------
+
+  bool document() {
+    if (!xmlDeclaration()) return false;
+    if (!misc(true)) return false;
+    // The document type declaration is not read yet: "<!DOCTYPE" falls
+    // through to the element below and fails there.
+    int c = cur.peek();
+    if (c < 0) return endOfInput();
+    if (c != '<') return expected("<");
+    cur.skip();
+    if (!startTag()) return false;
+    if (!elementContent()) return false;
+    return misc(false);
+  }
+
+  bool parse(InputSource* source) {
+    text.clear();
+    value.clear();
+    resetBindings();
+    closeCodec();
+    attrs.clear();
+    open.clear();
+    declaredEncoding.clear();
+    void* base = scratch.getAllocBase();
+
+    StackedInputSource stacked(source);
+    input = &stacked;
+    cur.attach(&stacked);
+    content->setDocumentLocator(stacked.getLocator());
+    bool ok = false;
+    if (content->startDocument())
+      ok = document();
+    else
+      refused(content);
+    cur.drop();
+    content->endDocument();
+    input = nullptr;
+    cur.attach(nullptr);
+    open.clear();
+    scratch.setAllocBase(base);
+    return ok;
+  }
+};
+
+SimpleXMLReader::SimpleXMLReader(fw::IApplication* app) : d(new Data(this, app)) {}
+
+SimpleXMLReader::~SimpleXMLReader() {
+  delete d;
+}
+
+void SimpleXMLReader::setContentHandler(ContentHandler* handler) {
+  d->content = handler;
+}
+ContentHandler* SimpleXMLReader::getContentHandler() const {
+  return d->content;
+}
+void SimpleXMLReader::setDTDHandler(DTDHandler* handler) {
+  d->dtd = handler;
+}
+DTDHandler* SimpleXMLReader::getDTDHandler() const {
+  return d->dtd;
+}
+void SimpleXMLReader::setEntityResolver(EntityResolver* resolver) {
+  d->resolver = resolver;
+}
+EntityResolver* SimpleXMLReader::getEntityResolver() const {
+  return d->resolver;
+}
+void SimpleXMLReader::setErrorHandler(ErrorHandler* handler) {
+  d->errors = handler;
+}
+ErrorHandler* SimpleXMLReader::getErrorHandler() const {
+  return d->errors;
+}
+void SimpleXMLReader::setDeclHandler(DeclHandler* handler) {
+  d->decl = handler;
+}
+DeclHandler* SimpleXMLReader::getDeclHandler() const {
+  return d->decl;
+}
+void SimpleXMLReader::setLexicalHandler(LexicalHandler* handler) {
+  d->lexical = handler;
+}
+LexicalHandler* SimpleXMLReader::getLexicalHandler() const {
+  return d->lexical;
+}
+
+void SimpleXMLReader::setFeature(const std::string& name, bool value) {
+  if (bool* flag = d->feature(name)) {
+    *flag = value;
+    return;
+  }
+  util::eDebug(d->app.get(), QUV_LOG_CATEGORY,
+               std::string("Request to set unknown feature %1 to %2") << name << value);
+}
+
+bool SimpleXMLReader::getFeature(const std::string& name) {
+  if (bool* flag = d->feature(name)) return *flag;
+  util::eDebug(d->app.get(), QUV_LOG_CATEGORY, std::string("Unknown feature %1") << name);
+  return false;
+}
+
+bool SimpleXMLReader::hasFeature(const std::string& name) {
+  return d->feature(name);
+}
+
+bool SimpleXMLReader::parse(InputSource* input) {
+  return d->parse(input);
+}
+
+bool SimpleXMLReader::parse(const std::string& systemId) {
+  const char* message = nullptr;
+  struct stat st;
+  if (::stat(systemId.c_str(), &st) != 0)
+    message = "entity '%1' doesn't exist";
+  else if (::access(systemId.c_str(), R_OK) != 0)
+    message = "entity '%1' not readable";
+  zob::Ref<zob::io::IInputStream> stream;
+  if (!message && EFAILED(zobCreateFileInputStream(systemId.c_str(), stream.out())))
+    message = "failed to open entity '%1'";
+  if (message) {
+    SAXParseException ex(std::string(message) << systemId,
+                         DefaultLocator("", systemId.c_str(), 0, 0));
+    d->errors->fatalError(ex);
+    return false;
+  }
+  ISInputSource source("", systemId.c_str(), stream.get());
+  bool ok = parse(static_cast<InputSource*>(&source));
+  return ok;
+}
+
+}  // namespace qor::quv::xml::sax

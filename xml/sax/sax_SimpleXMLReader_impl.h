@@ -1,0 +1,117 @@
+// Internals of SimpleXMLReader: the byte classes of its scanners and the
+// cursor through which it reads the buffered input in runs.
+#ifndef KELP_XML_SAX_SAX_SIMPLEXMLREADER_IMPL_H
+#define KELP_XML_SAX_SAX_SIMPLEXMLREADER_IMPL_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include <kelp/xml/sax/sax_InputSource.h>
+
+namespace qor::quv::xml::sax::detail {
+
+// One flag per scanner. Every "stop" class holds CR and LF: the scanners
+// normalise line ends and count line feeds as they go.
+enum : std::uint16_t {
+  kNameStart = 1u << 0,    // letters, '_', ':' and every byte from 0x80
+  kNameChar = 1u << 1,     // name start plus digits, '-' and '.'
+  kSpace = 1u << 2,        // space, tab, CR, LF
+  kTextStop = 1u << 3,     // character data: '<' '&' ']'
+  kAttrDqStop = 1u << 4,   // attribute value in double quotes: '"' '<' '&'
+  kAttrSqStop = 1u << 5,   // attribute value in single quotes: '\'' '<' '&'
+  kDashStop = 1u << 6,     // comment: '-'
+  kBracketStop = 1u << 7,  // CDATA section: ']'
+  kQuestionStop = 1u << 8  // processing instruction: '?'
+};
+
+struct ScanClassTable {
+  std::uint16_t v[256];
+  constexpr ScanClassTable() : v() {
+    for (int c = 0; c < 256; ++c) {
+      std::uint16_t f = 0;
+      bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+      if (letter || c == '_' || c == ':' || c >= 0x80) f |= kNameStart | kNameChar;
+      if ((c >= '0' && c <= '9') || c == '-' || c == '.') f |= kNameChar;
+      if (c == ' ' || c == '\t' || c == '\r' || c == '\n') f |= kSpace;
+      if (c == '\r' || c == '\n')
+        f |= kTextStop | kAttrDqStop | kAttrSqStop | kDashStop | kBracketStop | kQuestionStop;
+      if (c == '<' || c == '&') f |= kTextStop | kAttrDqStop | kAttrSqStop;
+      if (c == ']') f |= kTextStop | kBracketStop;
+      if (c == '"') f |= kAttrDqStop;
+      if (c == '\'') f |= kAttrSqStop;
+      if (c == '-') f |= kDashStop;
+      if (c == '?') f |= kQuestionStop;
+      v[c] = f;
+    }
+  }
+};
+
+inline constexpr ScanClassTable kScanClass{};
+
+inline std::uint16_t scanClass(char c) {
+  return kScanClass.v[static_cast<unsigned char>(c)];
+}
+
+// The reader's view of its input: a window [p, e) of buffered bytes of the
+// innermost source. Bytes are taken by moving p; the source learns of them
+// (count and line feeds) only at commit(), which happens before every refill,
+// before any direct call on the source and before an error is reported, so
+// the source's line number is exact whenever anyone can see it.
+struct Cursor {
+  InputSource* in = nullptr;
+  const char* mark = nullptr;  // first byte not yet committed
+  const char* p = nullptr;
+  const char* e = nullptr;
+  int lineFeeds = 0;  // line feeds among [mark, p)
+
+  void attach(InputSource* source) {
+    in = source;
+    mark = p = e = nullptr;
+    lineFeeds = 0;
+  }
+  void commit() {
+    if (p != mark) in->consumeRun(static_cast<std::size_t>(p - mark), lineFeeds);
+    mark = p;
+    lineFeeds = 0;
+  }
+  // Commits and forgets the window: the source is about to be used directly
+  // (reset, pushed on, read byte by byte).
+  void drop() {
+    commit();
+    mark = p = e = nullptr;
+  }
+  // Makes at least one byte available; false at end of input or on a read
+  // error (the source's flags tell which).
+  bool fill() {
+    commit();
+    const char* b = nullptr;
+    const char* end = nullptr;
+    if (!in->peekRun(&b, &end) || b == end) {
+      mark = p = e = nullptr;
+      return false;
+    }
+    mark = p = b;
+    e = end;
+    return true;
+  }
+  // The next byte (0..255) without taking it, or -1 at the end.
+  int peek() {
+    if (p == e && !fill()) return -1;
+    return static_cast<unsigned char>(*p);
+  }
+  // Takes the byte peek() returned.
+  void skip() {
+    if (*p == '\n') ++lineFeeds;
+    ++p;
+  }
+  int next() {
+    int c = peek();
+    if (c >= 0) skip();
+    return c;
+  }
+};
+
+}  // namespace qor::quv::xml::sax::detail
+
+#endif
