@@ -23,7 +23,15 @@ ZResult CDATASection::queryInterface(const char* iid, zob::IUnknown** out) {
 }
 
 ZResult CDATASection::writeStart(IXMLWriter* writer) {
-  ZResult res = writer->startCDATA();
+  // startCDATA does not close a start tag that is still open: as the first
+  // child of an element, close it with empty character data first, or the
+  // section would land inside the tag.
+  ZResult res = zob::kOk;
+  if (!getPreviousSibling() && getParentNode() && getParentNode()->getNodeType() == kElementNode) {
+    res = writer->characters("");
+    if (EFAILED(res)) return res;
+  }
+  res = writer->startCDATA();
   if (EFAILED(res)) return res;
   res = writer->characters(data_.c_str());
   if (EFAILED(res)) return res;

@@ -465,7 +465,7 @@ TEST_F(NodeTest, WriteThroughTheInterface) {
   b->appendChild(doc->createCDATASection("c<").get());
   kelp::test::RecordingWriter w;
   ASSERT_EQ(doc->write(&w), zob::kOk);
-  EXPECT_EQ(w.text(), "<root:0 @a=1 @z=2 <a:0 <b:0 [[ 'c< ]] > > 't > ");
+  EXPECT_EQ(w.text(), "<root:0 @a=1 @z=2 <a:0 <b:0 ' [[ 'c< ]] > > 't > ");
   // The first failing call stops the walk and its code is returned.
   for (int failAt = 1; failAt <= static_cast<int>(w.calls.size()); ++failAt) {
     SCOPED_TRACE(failAt);

@@ -1,7 +1,9 @@
 /* qor::quv::xml::dom::CDATASection: a CDATA section (IDomCDATASection),
  * type 4, "#cdata-section".
  *
- * Written as startCDATA, characters(data), endCDATA. Same ownership and
+ * Written as startCDATA, characters(data), endCDATA; as the first child of
+ * an element it first writes empty character data, which closes the start
+ * tag (startCDATA alone would not). Same ownership and
  * thread rules as Node; created by Document::createCDATASection.
  */
 #ifndef KELP_XML_DOM_DOM_CDATASECTION_H
