@@ -1,11 +1,14 @@
 // Arbitrary bytes read into a DOM in both of the DOM handler's modes: what
 // reads is normalised, copied, written and read again, and the second tree
-// must equal the first as read back (see tests/support/dom_equal.h). The
-// first byte picks the reader features.
+// must equal the first as read back (see tests/support/dom_equal.h). Trees
+// whose names do not read back as themselves (local parts of qualified
+// names that are no names) are written but not compared. The first byte
+// picks the reader features.
 #include <kelp/host.h>
 #include <kelp/xml/dom/dom_Document.h>
 #include <kelp/xml/dom/dom_Element.h>
 #include <kelp/xml/dom/dom_Implementation.h>
+#include <kelp/xml/sax/sax_DefaultHandler.h>
 #include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/sax/sax_SimpleXMLReader.h>
 #include <kelp/xml/xml_DomReader.h>
@@ -15,6 +18,7 @@
 #include <clocale>
 #include <cstdint>
 #include <cstdlib>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -63,13 +67,38 @@ void dropXmlnsAttributes(dom::Node* root) {
   }
 }
 
-// Element names the writer refuses (empty local names) make writing fail.
-bool writable(dom::Node* root) {
+// Whether `name` reads back as the same local name: the tree holds the
+// local parts of qualified names, which need not be names themselves
+// ("a:b:c" gives "b:c", which reads back as "c"; "a:\xff" gives "\xff").
+bool nameReadsBack(const std::string& name) {
+  static std::map<std::string, bool> known;
+  auto it = known.find(name);
+  if (it != known.end()) return it->second;
+  bool ok = !name.empty() && name.find(':') == std::string::npos;
+  if (ok) {
+    sax::SimpleXMLReader reader(application());
+    sax::DefaultHandler h;
+    reader.setContentHandler(&h);
+    reader.setErrorHandler(&h);
+    sax::ISInputSource source("", "name.xml", new std::istringstream("<" + name + "/>"), true);
+    ok = reader.parse(&source);
+  }
+  if (known.size() < 100000) known.emplace(name, ok);
+  return ok;
+}
+
+// Whether every element and attribute name of the tree reads back.
+bool namesReadBack(dom::Node* root) {
   std::vector<dom::Node*> todo{root};
   while (!todo.empty()) {
     dom::Node* n = todo.back();
     todo.pop_back();
-    if (n->getNodeType() == qx::kElementNode && n->getNodeName().empty()) return false;
+    if (n->getNodeType() == qx::kElementNode) {
+      auto* e = static_cast<dom::Element*>(n);
+      if (!nameReadsBack(e->getTagName())) return false;
+      for (int i = 0; i < e->getAttributeCount(); ++i)
+        if (!nameReadsBack(e->getAttributeAt(i)->getName())) return false;
+    }
     for (dom::Node* c = n->getFirstChild(); c; c = c->getNextSibling()) todo.push_back(c);
   }
   return true;
@@ -97,10 +126,9 @@ void roundTrip(dom::Node* first, Reread reread) {
   zob::Ref<dom::Node> copy = first->cloneNode(true);
   check(copy && kelp::test::domEqual(first, copy.get()));
   std::string text;
-  if (!write(first, &text)) {
-    check(!writable(first));
-    return;
-  }
+  bool written = write(first, &text);
+  if (!namesReadBack(first)) return;
+  check(written);
   zob::Ref<dom::Node> second = reread(text);
   check(static_cast<bool>(second));
   second->normalize();
