@@ -50,7 +50,13 @@ std::string convertPieces(const char* from, const char* to, const std::string& i
       out.append(buf.data(), made);
       pending.erase(0, used);
       flags &= ~kKtzConvFirst;
-      if (r == kKtzConvOutputFull) continue;
+      if (r == kKtzConvOutputFull) {
+        if (used == 0 && made == 0) {
+          ADD_FAILURE() << "no progress with an output of " << outSize << " bytes";
+          break;
+        }
+        continue;
+      }
       EXPECT_TRUE(r == zob::kOk || r == kKtzConvNeedInput) << std::hex << r;
       break;
     }
@@ -120,6 +126,35 @@ TEST(KtzCodec, DecodesAndEncodes) {
     for (std::size_t piece = 1; piece <= c.in.size(); ++piece) {
       SCOPED_TRACE(piece);
       EXPECT_EQ(convertPieces(c.from, c.to, c.in, piece, 4), c.out);
+    }
+  }
+}
+
+TEST(KtzCodec, Latin1IntoUtf8CoversEveryByte) {
+  // Every byte value, in runs long and short, against the definition of the
+  // two charsets: Latin-1 byte b is code point b.
+  std::string in, expected;
+  for (int round = 0; round < 3; ++round) {
+    for (int b = 0; b < 256; ++b) {
+      in += static_cast<char>(b);
+      if (b < 0x80) {
+        expected += static_cast<char>(b);
+      } else {
+        expected += static_cast<char>(0xC0 | (b >> 6));
+        expected += static_cast<char>(0x80 | (b & 0x3F));
+      }
+    }
+    in += std::string(37 * round, 'x');
+    expected += std::string(37 * round, 'x');
+  }
+  for (const char* from : {"ISO-8859-1", "latin1", "ISO_8859-1:1987"}) {
+    SCOPED_TRACE(from);
+    std::string out;
+    EXPECT_EQ(convertAll(from, "UTF-8", in, &out), zob::kOk);
+    EXPECT_EQ(out, expected);
+    for (std::size_t outSize : {2u, 3u, 9u, 64u}) {  // room for one character at least
+      SCOPED_TRACE(outSize);
+      EXPECT_EQ(convertPieces(from, "utf-8", in, 7, outSize), expected);
     }
   }
 }

@@ -27,6 +27,26 @@ AttributesItf::AttributesItf(const Attributes& attributes) : attributes_(attribu
 
 AttributesItf::~AttributesItf() = default;
 
+ZResult AttributesItf::_comQueryInterface(const char* iid, zob::IUnknown** out) {
+  return queryInterface(iid, out);
+}
+
+std::uint32_t AttributesItf::_comAddRef() {
+  return addRef();
+}
+
+std::uint32_t AttributesItf::_comRelease() {
+  return release();
+}
+
+const char* AttributesItf::_comGetInterfaceId() {
+  return getInterfaceId();
+}
+
+const char* AttributesItf::getInterfaceId() {
+  return IAttributes::IID;
+}
+
 ZResult AttributesItf::queryInterface(const char* iid, zob::IUnknown** out) {
   if (!out) return zob::kInvalidArgument;
   if (zobCompareIID(iid, zob::IUnknown::IID) || zobCompareIID(iid, IAttributes::IID)) {

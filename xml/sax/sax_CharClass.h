@@ -24,14 +24,16 @@ struct CharClassTable {
   std::uint8_t bits[256];
 };
 
+constexpr void setCharClass(CharClassTable& t, const char* chars, std::uint8_t bits) {
+  for (; *chars; ++chars) t.bits[static_cast<unsigned char>(*chars)] = bits;
+}
+
 constexpr CharClassTable makeCharClassTable() {
   CharClassTable t{};
-  t.bits[' '] = t.bits['\t'] = t.bits['\r'] = t.bits['\n'] = kCharSpace;
-  for (int c = 'A'; c <= 'Z'; ++c) t.bits[c] = kCharNameStart | kCharName;
-  for (int c = 'a'; c <= 'z'; ++c) t.bits[c] = kCharNameStart | kCharName;
-  t.bits['_'] = t.bits[':'] = kCharNameStart | kCharName;
-  for (int c = '0'; c <= '9'; ++c) t.bits[c] = kCharName;
-  t.bits['-'] = t.bits['.'] = kCharName;
+  setCharClass(t, " \t\r\n", kCharSpace);
+  setCharClass(
+      t, "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_:", kCharNameStart | kCharName);
+  setCharClass(t, "0123456789-.", kCharName);
   for (int c = 0x80; c <= 0xff; ++c) t.bits[c] = kCharNameStart | kCharName;
   return t;
 }

@@ -184,33 +184,20 @@ struct SimpleXMLReader::Data {
     }
   }
 
-  // Does the input continue with s? Looks further than the window when it
-  // must, without taking anything.
-  bool lookingAt(const char* s, size_t n) {
+  // Does the input continue with s (n bytes, zero-terminated) and, when
+  // follow is given, then with one of its bytes? Takes nothing.
+  bool lookingAt(const char* s, size_t n, const char* follow = nullptr) {
     if (cur.p == cur.e && !cur.fill()) return false;
     size_t have = static_cast<size_t>(cur.e - cur.p);
-    if (have >= n) return std::memcmp(cur.p, s, n) == 0;
-    if (std::memcmp(cur.p, s, have) != 0) return false;
-    // The window ends inside the pattern: read the rest byte by byte and put
-    // everything back.
-    cur.drop();
-    char got[16];
-    size_t k = 0;
-    bool match = true;
-    while (k < n) {
-      int c = input->get();
-      if (c < 0) {
-        match = false;
-        break;
-      }
-      got[k++] = static_cast<char>(c);
-      if (got[k - 1] != s[k - 1]) {
-        match = false;
-        break;
-      }
+    if (have > n || (have == n && !follow)) {
+      if (std::memcmp(cur.p, s, n) != 0) return false;
+      return !follow || (cur.p[n] && std::strchr(follow, cur.p[n]));
     }
-    while (k > 0) input->unget(got[--k]);
-    return match;
+    if (std::memcmp(cur.p, s, have < n ? have : n) != 0) return false;
+    // The window ends inside the pattern: the source looks further.
+    cur.drop();
+    const char* patterns[] = {s, nullptr};
+    return input->testPending(patterns, follow);
   }
   // Takes n bytes known to be there (after lookingAt).
   void take(size_t n) {
@@ -852,7 +839,7 @@ struct SimpleXMLReader::Data {
   // "<?xml" and white space start a declaration; it sets declaredEncoding.
   bool readDeclaration(bool* present) {
     declaredEncoding.clear();
-    *present = lookingAtXmlDeclaration();
+    *present = lookingAt("<?xml", 5, " \t\r\n");
     if (!*present) return true;
     take(5);
     skipSpace();
@@ -886,14 +873,6 @@ struct SimpleXMLReader::Data {
     return true;
   }
   std::string declaredEncoding;
-
-  // "<?xml" followed by white space.
-  bool lookingAtXmlDeclaration() {
-    if (!lookingAt("<?xml", 5)) return false;
-    for (const char* s : {"<?xml ", "<?xml\t", "<?xml\r", "<?xml\n"})
-      if (lookingAt(s, 6)) return true;
-    return false;
-  }
 
   // ---- document -----------------------------------------------------------
 

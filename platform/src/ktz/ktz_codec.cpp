@@ -2,8 +2,10 @@
 #include <ktz/ktz_codec.h>
 
 #include <iconv.h>
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <new>
 #include <string>
 
@@ -13,6 +15,9 @@ const iconv_t kNoDescriptor = reinterpret_cast<iconv_t>(static_cast<std::intptr_
 }  // namespace
 
 struct KtzTextCodec {
+  // ISO-8859-1 into UTF-8, the commonest decoding of XML input, runs in a
+  // loop of its own; everything else goes through iconv.
+  bool latin1ToUtf8 = false;
   iconv_t cd = kNoDescriptor;
   std::string from;
   std::string to;
@@ -30,6 +35,44 @@ ZResult openDescriptor(const char* from, const char* to, iconv_t* cd) {
   return errno == ENOMEM ? zob::kOutOfMemory : zob::kUnsupported;
 }
 
+// ISO-8859-1 to UTF-8: runs of ASCII are copied eight bytes at a time, the
+// upper half becomes two bytes each. Never an illegal sequence.
+ZResult convertLatin1ToUtf8(const unsigned char* in, std::size_t inSize, std::size_t* inUsed,
+                            unsigned char* out, std::size_t outSize, std::size_t* outUsed) {
+  std::size_t i = 0, o = 0;
+  ZResult result = zob::kOk;
+  while (i < inSize) {
+    if (in[i] < 0x80) {
+      std::size_t n = std::min(inSize - i, outSize - o);
+      std::size_t k = 0;
+      for (; k + 8 <= n; k += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, in + i + k, 8);
+        if (word & 0x8080808080808080ull) break;
+        std::memcpy(out + o + k, &word, 8);
+      }
+      for (; k < n && in[i + k] < 0x80; ++k) out[o + k] = in[i + k];
+      if (k == 0) {
+        result = kKtzConvOutputFull;
+        break;
+      }
+      i += k;
+      o += k;
+      continue;
+    }
+    if (outSize - o < 2) {
+      result = kKtzConvOutputFull;
+      break;
+    }
+    out[o++] = static_cast<unsigned char>(0xC0 | (in[i] >> 6));
+    out[o++] = static_cast<unsigned char>(0x80 | (in[i] & 0x3F));
+    ++i;
+  }
+  *inUsed = i;
+  *outUsed = o;
+  return result;
+}
+
 }  // namespace
 
 ZResult ktzOpenTextCodec(const char* from, const char* to, KtzTextCodec** out) {
@@ -44,6 +87,11 @@ ZResult ktzOpenTextCodec(const char* from, const char* to, KtzTextCodec** out) {
   } catch (const std::bad_alloc&) {
     delete codec;
     return zob::kOutOfMemory;
+  }
+  if (ktzCSNameToMIBenum(from) == 4 && ktzCSNameToMIBenum(to) == 106) {
+    codec->latin1ToUtf8 = true;
+    *out = codec;
+    return zob::kOk;
   }
   ZResult r = openDescriptor(from, to, &codec->cd);
   if (EFAILED(r)) {
@@ -61,6 +109,10 @@ ZResult ktzConvertText2(KtzTextCodec* codec, const void* in, std::size_t inSize,
   if (outUsed) *outUsed = 0;
   if (!codec || !inUsed || !outUsed || (!in && inSize) || (!out && outSize))
     return zob::kInvalidArgument;
+
+  if (codec->latin1ToUtf8)  // stateless: no first or final work
+    return convertLatin1ToUtf8(static_cast<const unsigned char*>(in), inSize, inUsed,
+                               static_cast<unsigned char*>(out), outSize, outUsed);
 
   if (flags & kKtzConvFirst) {
     if (codec->used) {

@@ -115,7 +115,8 @@ TEST(SaxAttributes, StringsAreBorrowedAndHandlesShared) {
   copy = Attributes();
   EXPECT_EQ(copy.getLength(), 0);
   EXPECT_EQ(other.getLength(), 2);
-  other = other;  // self-assignment keeps the list
+  Attributes& same = other;
+  other = same;  // self-assignment keeps the list
   EXPECT_EQ(other.getLength(), 2);
 }
 

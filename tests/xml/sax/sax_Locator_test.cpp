@@ -60,7 +60,8 @@ TEST(SaxLocator, HandlesShareAndReleaseTheData) {
       Locator b = a;
       Locator c;
       c = b;
-      c = c;
+      Locator& same = c;
+      c = same;  // self-assignment keeps the data
       EXPECT_EQ(c.getData(), a.getData());
     }
     EXPECT_EQ(alive, 1);  // a still holds it
@@ -87,7 +88,8 @@ TEST(SaxParseException, Constructors) {
 
   SAXParseException copy = full;
   none = copy;
-  none = none;
+  SAXParseException& same = none;
+  none = same;
   EXPECT_EQ(none.getMessage(), "read error");
   EXPECT_EQ(none.getLineNumber(), 4);
 }

@@ -97,7 +97,8 @@ TEST(SaxSimpleInputSource, ExactlyOneBufferDoesNotGrow) {
   // of growing.
   StringSource again(doc);
   for (int i = 0; i < 8170; ++i) again.get();
-  const char* pat[] = {doc.substr(8170, 10).c_str(), nullptr};
+  const std::string ahead = doc.substr(8170, 10);
+  const char* pat[] = {ahead.c_str(), nullptr};
   EXPECT_TRUE(again.testPending(pat, nullptr));
   EXPECT_EQ(again.getBufferCapacity(), 8192u);
   EXPECT_EQ(kelp::test::drain(again), doc.substr(8170));

@@ -319,6 +319,14 @@ std::string utf16le(const std::string& ascii) {
   }
   return out;
 }
+std::string utf16be(const std::string& ascii) {
+  std::string out;
+  for (char c : ascii) {
+    out += '\0';
+    out += c;
+  }
+  return out;
+}
 
 TEST(SimpleXMLReaderDeclaration, EncodingsAndMarks) {
   // é and € in UTF-8, the output encoding of these tests.
@@ -334,8 +342,10 @@ TEST(SimpleXMLReaderDeclaration, EncodingsAndMarks) {
        "\xEF\xBB\xBF<?xml version='1.0' encoding='UTF-8'?><a>" + e + "</a>", e},
       {"Latin-1 declared", "<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>", e},
       {"Latin-9 declared", "<?xml version='1.0' encoding='ISO-8859-15'?><a>\xA4</a>", euro},
-      {"UTF-16LE mark", std::string("\xFF\xFE<\0a\0>\0\xE9\0<\0/\0a\0>\0", 20), e},
-      {"UTF-16BE mark", std::string("\xFE\xFF\0<\0a\0>\0\xE9\0<\0/\0a\0>", 20), e},
+      {"UTF-16LE mark", "\xFF\xFE" + utf16le("<a>") + std::string("\xE9\0", 2) + utf16le("</a>"),
+       e},
+      {"UTF-16BE mark", "\xFE\xFF" + utf16be("<a>") + std::string("\0\xE9", 2) + utf16be("</a>"),
+       e},
       {"UTF-16 mark and declaration",
        "\xFF\xFE" + utf16le("<?xml version='1.0' encoding='UTF-16'?><a>") + "\xAC\x20" +
            utf16le("</a>"),

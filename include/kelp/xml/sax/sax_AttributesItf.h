@@ -47,22 +47,31 @@ class IAttributes : public zob::IUnknown {
   ~IAttributes() = default;
 };
 
-using IAttributes_Adapter = zob::Adapter<IAttributes>;
-
 }  // namespace qor::quv::xml
 
 namespace qor::quv::xml::sax {
 
-class KELP_API AttributesItf : public IAttributes_Adapter {
+/* IAttributes has an interface-id operation of its own in its first slot,
+ * so the wrapper implements the object-model entry points itself instead of
+ * through zob::Adapter. */
+class KELP_API AttributesItf : public IAttributes {
  public:
   explicit AttributesItf(const Attributes& attributes);
   virtual ~AttributesItf();
 
+  ZResult _comQueryInterface(const char* iid, zob::IUnknown** out) override;
+  std::uint32_t _comAddRef() override;
+  std::uint32_t _comRelease() override;
+  const char* _comGetInterfaceId() override;
+
   /* Answers IUnknown and IAttributes with itself (adding a reference);
    * any other id gives zob::kNoInterface and a null result. */
-  ZResult queryInterface(const char* iid, zob::IUnknown** out) override;
-  std::uint32_t addRef() override;
-  std::uint32_t release() override;
+  ZResult queryInterface(const char* iid, zob::IUnknown** out);
+  std::uint32_t addRef();
+  std::uint32_t release();
+
+  /* "IDL:qor/quv/xml/IAttributes:1.0" */
+  const char* getInterfaceId() override;
 
   /* Each returns zob::kOk, or zob::kInvalidArgument for a null result
    * pointer, or zob::kOutOfMemory when a copy cannot be made. */
