@@ -87,7 +87,7 @@ bool DomSaxHandler::startElement(const char* uri, const char* localName, const c
     return fail(std::string("Cannot append element %1: %2")
                 << orEmpty(localName) << zobStrError(res));
   if (!setAttributes(element.get(), attributes)) return false;
-  current_ = zob::Ref<dom::Node>(element.get());
+  current_ = zob::Ref<dom::Node>::adopt(element.detach());
   return true;
 }
 
@@ -107,9 +107,10 @@ bool DomSaxHandler::documentElement(const char* uri, const char*, const char* qN
 bool DomSaxHandler::setAttributes(dom::Element* element, const sax::Attributes& attributes) {
   if (!element) return fail("Cannot set attributes without an element.");
   const int count = attributes.getLength();
+  element->reserveAttributes(count);
   for (int i = 0; i < count; ++i) {
     const char* name = attributes.getLocalName(i);
-    ZResult res = element->setAttribute(std::string(name), std::string(attributes.getValue(i)));
+    ZResult res = element->setAttribute(name, attributes.getValue(i));
     if (EFAILED(res))
       return fail(std::string("Cannot set attribute %1: %2") << name << zobStrError(res));
   }

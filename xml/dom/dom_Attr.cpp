@@ -13,6 +13,9 @@ namespace qor::quv::xml::dom {
 Attr::Attr(const util::WeakRefBase& document, const std::string& name, const std::string& value)
     : Node(document), name_(name), value_(value) {}
 
+Attr::Attr(const util::WeakRefBase& document, const char* name, const char* value)
+    : Node(document), name_(name), value_(value) {}
+
 Attr::~Attr() = default;
 
 ZResult Attr::queryInterface(const char* iid, zob::IUnknown** out) {

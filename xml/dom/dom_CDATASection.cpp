@@ -3,13 +3,14 @@
 #include <kelp/xml/dom/dom_CDATASection.h>
 
 #include <new>
+#include <utility>
 
 #include "dom_Node_impl.h"
 
 namespace qor::quv::xml::dom {
 
-CDATASection::CDATASection(const util::WeakRefBase& document, const std::string& data)
-    : Text(document, data) {}
+CDATASection::CDATASection(const util::WeakRefBase& document, std::string data)
+    : Text(document, std::move(data)) {}
 
 CDATASection::~CDATASection() = default;
 

@@ -3,12 +3,13 @@
 #define QUV_SOURCE_NAME "dom_CharacterData"
 #include <kelp/xml/dom/dom_CharacterData.h>
 
+#include <utility>
 #include "dom_Node_impl.h"
 
 namespace qor::quv::xml::dom {
 
-CharacterData::CharacterData(const util::WeakRefBase& document, const std::string& data)
-    : Node(document), data_(data) {}
+CharacterData::CharacterData(const util::WeakRefBase& document, std::string data)
+    : Node(document), data_(std::move(data)) {}
 
 CharacterData::~CharacterData() = default;
 

@@ -3,6 +3,7 @@
 #include <kelp/xml/dom/dom_Document.h>
 
 #include <new>
+#include <utility>
 
 #include <kelp/xml/dom/dom_Attr.h>
 #include <kelp/xml/dom/dom_CDATASection.h>
@@ -64,20 +65,20 @@ Element* Document::getDocumentElement() const {
   return nullptr;
 }
 
-zob::Ref<Element> Document::createElement(const std::string& tagName) {
-  return zob::Ref<Element>(new (std::nothrow) Element(anchor_, tagName));
+zob::Ref<Element> Document::createElement(std::string tagName) {
+  return zob::Ref<Element>(new (std::nothrow) Element(anchor_, std::move(tagName)));
 }
 
 zob::Ref<DocumentFragment> Document::createDocumentFragment() {
   return zob::Ref<DocumentFragment>(new (std::nothrow) DocumentFragment(anchor_));
 }
 
-zob::Ref<Text> Document::createTextNode(const std::string& data) {
-  return zob::Ref<Text>(new (std::nothrow) Text(anchor_, data));
+zob::Ref<Text> Document::createTextNode(std::string data) {
+  return zob::Ref<Text>(new (std::nothrow) Text(anchor_, std::move(data)));
 }
 
-zob::Ref<CDATASection> Document::createCDATASection(const std::string& data) {
-  return zob::Ref<CDATASection>(new (std::nothrow) CDATASection(anchor_, data));
+zob::Ref<CDATASection> Document::createCDATASection(std::string data) {
+  return zob::Ref<CDATASection>(new (std::nothrow) CDATASection(anchor_, std::move(data)));
 }
 
 zob::Ref<Attr> Document::createAttribute(const std::string& name) {

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include <kelp/xml/dom/dom_AttrNodeMap.h>
 
@@ -11,8 +12,8 @@
 
 namespace qor::quv::xml::dom {
 
-Element::Element(const util::WeakRefBase& document, const std::string& tagName)
-    : Node(document), tagName_(tagName), attrMap_(nullptr) {}
+Element::Element(const util::WeakRefBase& document, std::string tagName)
+    : Node(document), tagName_(std::move(tagName)), attrMap_(nullptr) {}
 
 Element::~Element() = default;
 
@@ -76,7 +77,10 @@ Attr* Element::find(const char* name) const {
 }
 
 void Element::insertAttr(Attr* attribute) {
-  std::size_t pos = lowerBound(attribute->name_.c_str());
+  std::size_t pos = attributes_.size();
+  // Attributes often arrive in name order: append without a search.
+  if (pos > 0 && attributes_.back()->name_.compare(attribute->name_) >= 0)
+    pos = lowerBound(attribute->name_.c_str());
   attributes_.insert(attributes_.begin() + static_cast<std::ptrdiff_t>(pos), attribute);
   attribute->nodeAddRef();
   attribute->parent_ = this;
@@ -101,7 +105,6 @@ ZResult Element::setAttribute(const std::string& name, const std::string& value)
   }
   Attr* a = new (std::nothrow) Attr(documentRef(), name, value);
   if (!a) return zob::kOutOfMemory;
-  zob::Ref<Attr> hold(a);
   insertAttr(a);
   return zob::kOk;
 }
@@ -117,6 +120,10 @@ Attr* Element::getAttributeNode(const std::string& name) const {
 
 bool Element::hasAttribute(const std::string& name) const {
   return find(name.c_str()) != nullptr;
+}
+
+void Element::reserveAttributes(int count) {
+  if (count > 0) attributes_.reserve(static_cast<std::size_t>(count));
 }
 
 Attr* Element::getAttributeAt(int index) const {
@@ -136,8 +143,7 @@ ZResult Element::setAttributeNode(Attr* attribute, zob::Ref<Attr>* replaced) {
     zob::Ref<Attr> old = zob::Ref<Attr>::adopt(takeAt(pos));
     if (replaced) *replaced = std::move(old);
   }
-  if (attribute->getDocumentId().isNull() && !documentRef().isNull())
-    attribute->adoptDocument(documentRef());
+  if (needsAdoption(attribute)) attribute->adoptDocument(documentRef());
   insertAttr(attribute);
   return zob::kOk;
 }
@@ -210,7 +216,16 @@ ZResult Element::getAttribute(const char* name, char** value) {
 }
 
 ZResult Element::setAttribute(const char* name, const char* value) {
-  return setAttribute(std::string(detail::orEmpty(name)), std::string(detail::orEmpty(value)));
+  name = detail::orEmpty(name);
+  value = detail::orEmpty(value);
+  if (Attr* a = find(name)) {
+    a->value_ = value;
+    return zob::kOk;
+  }
+  Attr* a = new (std::nothrow) Attr(documentRef(), name, value);
+  if (!a) return zob::kOutOfMemory;
+  insertAttr(a);
+  return zob::kOk;
 }
 
 ZResult Element::removeAttribute(const char* name) {

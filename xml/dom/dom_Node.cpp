@@ -21,8 +21,9 @@ namespace {
 // Nodes whose count fell to zero while another node was being freed on this
 // thread wait here, linked through their parent field, so that freeing a
 // tree never recurses: a parent frees its children by queueing them.
-thread_local Node* tPending = nullptr;
-thread_local bool tDraining = false;
+// The initial-exec model spares the library a lookup call per access.
+__attribute__((tls_model("initial-exec"))) thread_local Node* tPending = nullptr;
+__attribute__((tls_model("initial-exec"))) thread_local bool tDraining = false;
 
 }  // namespace
 
@@ -356,6 +357,10 @@ bool Node::sameDocument(const Node* other) const {
   return theirs.isNull() || theirs.compare(getDocumentId()) == 0;
 }
 
+bool Node::needsAdoption(const Node* other) const {
+  return other->doc_.getData() != doc_.getData() && !doc_.isNull() && other->doc_.isNull();
+}
+
 void Node::linkBefore(Node* child, Node* ref) {
   child->nodeAddRef();
   child->parent_ = this;
@@ -419,7 +424,7 @@ ZResult Node::insertBeforeChecked(Node* newChild, Node* refChild, bool refIsFore
     return zob::kOk;
   }
 
-  if (newChild->getDocumentId().isNull() && !doc_.isNull()) adoptSubtree(newChild, doc_);
+  if (needsAdoption(newChild)) adoptSubtree(newChild, doc_);
   if (Node* oldParent = newChild->parent_) {
     oldParent->unlink(newChild);
     linkBefore(newChild, refChild);

@@ -3,13 +3,14 @@
 #include <kelp/xml/dom/dom_Text.h>
 
 #include <new>
+#include <utility>
 
 #include "dom_Node_impl.h"
 
 namespace qor::quv::xml::dom {
 
-Text::Text(const util::WeakRefBase& document, const std::string& data)
-    : CharacterData(document, data) {}
+Text::Text(const util::WeakRefBase& document, std::string data)
+    : CharacterData(document, std::move(data)) {}
 
 Text::~Text() = default;
 

@@ -27,7 +27,7 @@ class KELP_API CDATASection : public Text, public IDomCDATASection_Adapter {
 
  protected:
   friend class Document;
-  CDATASection(const util::WeakRefBase& document, const std::string& data);
+  CDATASection(const util::WeakRefBase& document, std::string data);
   ~CDATASection() override;
 
   ZResult writeStart(IXMLWriter* writer) override;

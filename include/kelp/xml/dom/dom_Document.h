@@ -70,10 +70,10 @@ class KELP_API Document : public Node, public IDomDocument_Adapter {
   /* The first child that is an element, or null. */
   Element* getDocumentElement() const;
   DomImplementation* getImplementation() const { return implementation_; }
-  zob::Ref<Element> createElement(const std::string& tagName);
+  zob::Ref<Element> createElement(std::string tagName);
   zob::Ref<DocumentFragment> createDocumentFragment();
-  zob::Ref<Text> createTextNode(const std::string& data);
-  zob::Ref<CDATASection> createCDATASection(const std::string& data);
+  zob::Ref<Text> createTextNode(std::string data);
+  zob::Ref<CDATASection> createCDATASection(std::string data);
   zob::Ref<Attr> createAttribute(const std::string& name);
   const util::EUUID& getId() const { return id_; }
 

@@ -67,6 +67,8 @@ class KELP_API Element : public Node, public IDomElement_Adapter {
   /* The number of attributes and the i-th in name order (null when out of
    * range). */
   int getAttributeCount() const { return static_cast<int>(attributes_.size()); }
+  /* Makes room for `count` attributes in one allocation. */
+  void reserveAttributes(int count);
   Attr* getAttributeAt(int index) const;
 
   using Node::getAttributes;
@@ -82,7 +84,7 @@ class KELP_API Element : public Node, public IDomElement_Adapter {
  protected:
   friend class Document;
   friend class AttrNodeMap;
-  Element(const util::WeakRefBase& document, const std::string& tagName);
+  Element(const util::WeakRefBase& document, std::string tagName);
   ~Element() override;
 
   ZResult writeStart(IXMLWriter* writer) override;

@@ -216,6 +216,9 @@ class KELP_API Node : public IDomNode_Adapter,
   /* Moves a subtree whose document is gone into `document`. */
   static void adoptSubtree(Node* root, const util::WeakRefBase& document);
   bool sameDocument(const Node* other) const;
+  /* Whether `other` belongs to a document that is gone while this node's
+   * lives. */
+  bool needsAdoption(const Node* other) const;
   ZResult nodeOut(Node* node, IDomNode** out);
 
   volatile std::int32_t refs_;

@@ -36,7 +36,7 @@ class KELP_API Text : public CharacterData, public IDomText_Adapter {
 
  protected:
   friend class Document;
-  Text(const util::WeakRefBase& document, const std::string& data);
+  Text(const util::WeakRefBase& document, std::string data);
   ~Text() override;
 
   ZResult writeStart(IXMLWriter* writer) override;
