@@ -58,9 +58,31 @@ constexpr CurrencyUnit percentUnit() {
   return u;
 }
 
+// d times 10^n. Moving the exponent field is exact for a finite amount of
+// the ordinary form with a canonical coefficient as long as the exponent
+// stays in range, which covers every percentage and cent; the rest goes to
+// the runtime.
+decimal128 scaleB(const decimal128& d, int n) {
+  constexpr std::uint64_t kExpMask = 0x3FFFull << 49;
+  constexpr std::uint64_t kCoefHighMask = (1ull << 49) - 1;
+  // 10^34, the first coefficient that is not canonical.
+  constexpr std::uint64_t kLimitHigh = 0x1ED09BEAD87C0ull;
+  constexpr std::uint64_t kLimitLow = 0x378D8E6400000000ull;
+  const std::uint64_t h = d.high();
+  if (!isLargeForm(d) && n > -12288 && n < 12288) {
+    const std::uint64_t coefHigh = h & kCoefHighMask;
+    const int e = static_cast<int>((h & kExpMask) >> 49) + n;
+    if (e >= 0 && e <= 12287 &&
+        (coefHigh < kLimitHigh || (coefHigh == kLimitHigh && d.low() < kLimitLow))) {
+      return decimal128::fromBits((h & ~kExpMask) | (static_cast<std::uint64_t>(e) << 49), d.low());
+    }
+  }
+  return ktzDec128ScaleB(d, n);
+}
+
 // The factor 1 + x/100 by which a percentage x raises an amount.
 decimal128 raiseFactor(const decimal128& percent) {
-  return ktzDec128ScaleB(percent, -2) + decimal128(1);
+  return scaleB(percent, -2) + decimal128(1);
 }
 
 struct FractionDigits {
@@ -113,31 +135,50 @@ void setError(std::string* error, std::string message) {
   if (error) *error = std::move(message);
 }
 
+// The invariant of every value: a NaN amount drops the unit; without a unit
+// only a zero of the ordinary form stays (sign and exponent kept, the
+// coefficient made 0); everything else, the large-coefficient form
+// included, is no amount without a unit. Kept here, inline, for the
+// operators below; the canonical constructor is the same.
+basket::Currency canonical(const CurrencyUnit& u, const decimal128& a) {
+  if (isNaNAmount(a)) return basket::Currency{CurrencyUnit{}, a};
+  if (!isEmpty(u)) return basket::Currency{u, a};
+  if (!isLargeForm(a) && isZeroAmount(a)) {
+    return basket::Currency{CurrencyUnit{},
+                            decimal128::fromBits(a.high() & 0xFFFE000000000000ull, 0)};
+  }
+  return basket::Currency{CurrencyUnit{}, kNaN};
+}
+
+// The predicates of ECurrency on a plain record, for the operators.
+bool validOf(const basket::Currency& c) {
+  return !isNaNAmount(c.amount) && (!isEmpty(c.unit) || isZeroAmount(c.amount));
+}
+bool nullOf(const basket::Currency& c) {
+  return isEmpty(c.unit) && isZeroAmount(c.amount);
+}
+bool absoluteOf(const basket::Currency& c) {
+  return !isEmpty(c.unit) && !isPercent(c.unit) && !isNaNAmount(c.amount);
+}
+bool relativeOf(const basket::Currency& c) {
+  return isPercent(c.unit) && !isNaNAmount(c.amount);
+}
+// All four bytes equal: the same unit without looking for the terminator.
+bool identicalUnit(const CurrencyUnit& a, const CurrencyUnit& b) {
+  std::uint32_t x, y;
+  std::memcpy(&x, a.code, 4);
+  std::memcpy(&y, b.code, 4);
+  return x == y;
+}
+
 }  // namespace
 
 const ECurrency ECurrency::Null{};
 const ECurrency ECurrency::Invalid{basket::Currency{CurrencyUnit{}, kNaN}};
 const CurrencyUnit ECurrency::Percent = percentUnit();
 
-ECurrency::ECurrency(const CurrencyUnit& u, const decimal128& a) noexcept {
-  if (isNaNAmount(a)) {
-    unit = CurrencyUnit{};
-    amount = a;
-  } else if (isEmpty(u)) {
-    unit = CurrencyUnit{};
-    // Only a zero of the ordinary form stays (sign and exponent kept, the
-    // coefficient made 0); everything else, the large-coefficient form
-    // included, is no amount without a unit.
-    if (!isLargeForm(a) && isZeroAmount(a)) {
-      amount = decimal128::fromBits(a.high() & 0xFFFE000000000000ull, 0);
-    } else {
-      amount = kNaN;
-    }
-  } else {
-    unit = u;
-    amount = a;
-  }
-}
+ECurrency::ECurrency(const CurrencyUnit& u, const decimal128& a) noexcept
+    : basket::Currency(canonical(u, a)) {}
 
 ECurrency::ECurrency(const char* code, const decimal128& a) noexcept
     : ECurrency(isNaNAmount(a) ? CurrencyUnit{} : unitFromCode(code), a) {}
@@ -270,8 +311,13 @@ ECurrency ECurrency::convert(basket::ICurrencyConverter* conv, const char* code,
 // --- text ------------------------------------------------------------------------------
 
 std::string ECurrency::formatString() const {
-  std::string s;
-  s << *this;
+  // The text the stream operators write, put together without a stream:
+  // neither the amount's text nor the quoted unit depends on a locale.
+  std::string s = "[";
+  s += ktzDec128ToString(amount);
+  s += ", ";
+  s += gConvertToCString(unit.code, strnlen(unit.code, sizeof unit.code));
+  s += ']';
   return s;
 }
 
@@ -384,24 +430,28 @@ bool operator!=(const Currency& a, const Currency& b) {
 }
 
 ECurrency operator-(const Currency& a) {
-  return ECurrency(a.unit, -a.amount);
+  return util::canonical(a.unit, -a.amount);
 }
 
 ECurrency operator+(const Currency& a, const Currency& b) {
-  const ECurrency x(a), y(b);
-  if (x.isInvalid() || y.isInvalid()) return ECurrency::Invalid;
-  if (x.isNull()) return y.isNull() ? ECurrency::Null : y;
-  if (y.isNull()) return x;
-  if (x.isRelative()) {
-    if (y.isRelative()) return ECurrency(x.unit, x.amount + y.amount);
+  using namespace util;
+  // The common case first: two amounts of one currency.
+  if (identicalUnit(a.unit, b.unit) && absoluteOf(a) && !isNaNAmount(b.amount)) {
+    return canonical(a.unit, a.amount + b.amount);
+  }
+  if (!validOf(a) || !validOf(b)) return ECurrency::Invalid;
+  if (nullOf(a)) return nullOf(b) ? ECurrency::Null : ECurrency(b);
+  if (nullOf(b)) return a;
+  if (relativeOf(a)) {
+    if (relativeOf(b)) return canonical(a.unit, a.amount + b.amount);
     // Adding a percentage to a price raises the price.
-    return ECurrency(y.unit, y.amount * util::raiseFactor(x.amount));
+    return canonical(b.unit, b.amount * raiseFactor(a.amount));
   }
-  if (y.isRelative()) {
-    return ECurrency(x.unit, x.amount * util::raiseFactor(y.amount));
+  if (relativeOf(b)) {
+    return canonical(a.unit, a.amount * raiseFactor(b.amount));
   }
-  if (!util::sameUnit(x.unit, y.unit)) return ECurrency::Invalid;
-  return ECurrency(x.unit, x.amount + y.amount);
+  if (!sameUnit(a.unit, b.unit)) return ECurrency::Invalid;
+  return canonical(a.unit, a.amount + b.amount);
 }
 
 ECurrency operator-(const Currency& a, const Currency& b) {
@@ -409,9 +459,8 @@ ECurrency operator-(const Currency& a, const Currency& b) {
 }
 
 ECurrency operator*(const Currency& a, const decimal128& f) {
-  const ECurrency x(a);
-  if (x.isInvalid()) return ECurrency::Invalid;
-  return ECurrency(x.unit, x.amount * f);
+  if (!util::validOf(a)) return ECurrency::Invalid;
+  return util::canonical(a.unit, a.amount * f);
 }
 
 ECurrency operator*(const decimal128& f, const Currency& a) {
@@ -419,48 +468,47 @@ ECurrency operator*(const decimal128& f, const Currency& a) {
 }
 
 ECurrency operator*(const Currency& a, const Currency& b) {
-  const ECurrency x(a), y(b);
+  using namespace util;
   // The share of an amount that a percentage denotes.
-  if (x.isAbsolute() && y.isRelative()) {
-    return ECurrency(x.unit, x.amount * ktzDec128ScaleB(y.amount, -2));
+  if (absoluteOf(a) && relativeOf(b)) {
+    return canonical(a.unit, a.amount * scaleB(b.amount, -2));
   }
   return ECurrency::Invalid;
 }
 
 ECurrency operator/(const Currency& a, const decimal128& f) {
-  const ECurrency x(a);
-  if (x.isInvalid()) return ECurrency::Invalid;
-  return ECurrency(x.unit, x.amount / f);
+  if (!util::validOf(a)) return ECurrency::Invalid;
+  return util::canonical(a.unit, a.amount / f);
 }
 
 ECurrency operator/(const Currency& a, const Currency& b) {
-  const ECurrency x(a), y(b);
-  if (!x.isAbsolute() || !y.isValid() || y.isZero()) return ECurrency::Invalid;
+  using namespace util;
+  if (!absoluteOf(a) || !validOf(b) || isZeroAmount(b.amount)) return ECurrency::Invalid;
   // The base of which a is the given percentage.
-  if (y.isRelative()) return ECurrency(x.unit, x.amount / ktzDec128ScaleB(y.amount, -2));
+  if (relativeOf(b)) return canonical(a.unit, a.amount / scaleB(b.amount, -2));
   // The percentage that a is of b.
-  if (y.isAbsolute() && util::sameUnit(x.unit, y.unit)) {
-    return ECurrency(ECurrency::Percent, ktzDec128ScaleB(x.amount / y.amount, 2));
+  if (absoluteOf(b) && sameUnit(a.unit, b.unit)) {
+    return canonical(ECurrency::Percent, scaleB(a.amount / b.amount, 2));
   }
   return ECurrency::Invalid;
 }
 
 ECurrency operator&(const Currency& a, const Currency& b) {
-  const ECurrency x(a), y(b);
-  if (x.isInvalid() || y.isInvalid()) return ECurrency::Invalid;
-  if (x.isNull() && y.isZero()) return y;
-  if (y.isNull() && x.isZero()) return x;
-  if (!util::sameUnit(x.unit, y.unit)) return ECurrency::Invalid;
-  const int d = ECurrency::getDefaultFractionDigits(x.unit);
-  if (d >= 0 && (ktzDec128Exponent(x.amount) < -d || ktzDec128Exponent(y.amount) < -d)) {
+  using namespace util;
+  if (!validOf(a) || !validOf(b)) return ECurrency::Invalid;
+  if (nullOf(a) && isZeroAmount(b.amount)) return b;
+  if (nullOf(b) && isZeroAmount(a.amount)) return a;
+  if (!sameUnit(a.unit, b.unit)) return ECurrency::Invalid;
+  const int d = ECurrency::getDefaultFractionDigits(a.unit);
+  if (d >= 0 && (ktzDec128Exponent(a.amount) < -d || ktzDec128Exponent(b.amount) < -d)) {
     // Compare one decimal beyond the customary ones, rounded half up.
-    const decimal128 sx = ktzDec128RoundHalfUp(ktzDec128ScaleB(x.amount, d + 1));
-    const decimal128 sy = ktzDec128RoundHalfUp(ktzDec128ScaleB(y.amount, d + 1));
-    if (!ktzDec128QuietEqual(sx, sy)) return ECurrency::Invalid;
-    return ECurrency(x.unit, (x.amount + y.amount) / decimal128(2));
+    const decimal128 sa = ktzDec128RoundHalfUp(scaleB(a.amount, d + 1));
+    const decimal128 sb = ktzDec128RoundHalfUp(scaleB(b.amount, d + 1));
+    if (!ktzDec128QuietEqual(sa, sb)) return ECurrency::Invalid;
+    return canonical(a.unit, (a.amount + b.amount) / decimal128(2));
   }
-  if (!ktzDec128QuietEqual(x.amount, y.amount)) return ECurrency::Invalid;
-  return x;
+  if (!ktzDec128QuietEqual(a.amount, b.amount)) return ECurrency::Invalid;
+  return a;
 }
 
 std::ostream& operator<<(std::ostream& os, const Currency& c) {

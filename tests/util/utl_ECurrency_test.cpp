@@ -5,14 +5,20 @@
 #include <kelp/util/utl_Decimal.h>
 #include <kelp/util/utl_ECurrency.h>
 #include <kelp/xml/sax/sax_Attributes.h>
+#include <kelp/xml/sax/sax_DefaultHandler.h>
+#include <kelp/xml/sax/sax_ISInputSource.h>
+#include <kelp/xml/sax/sax_SimpleXMLReader.h>
 #include <kelp/xml/sax/sax_XMLReader.h>
+#include <kelp/xml/xml_Writer.h>
 #include <kelp/xml/xml_XMLWriterItfWrapper.h>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstring>
+#include <locale>
 #include <sstream>
+#include <vector>
 
 using namespace qor::quv::util;
 using namespace qor::quv::types;
@@ -197,6 +203,98 @@ TEST(ECurrency, MultiplicationAndDivision) {
   EXPECT_EQ(text(money("EUR", "10") / d("4")), "[2.5, \"EUR\"]");
   EXPECT_EQ(text(money("EUR", "10") / d("0")), "[Infinity, \"EUR\"]");
   EXPECT_TRUE((ECurrency::Invalid / d("2")).isInvalid());
+}
+
+// Every pairing of the four kinds of operand: absolute (100 EUR), relative
+// (10 %), null and invalid, on either side of each operator.
+TEST(ECurrency, ArithmeticTable) {
+  const ECurrency A = money("EUR", "100");
+  const ECurrency R = money("%", "10");
+  const ECurrency N = ECurrency::Null;
+  const ECurrency I = ECurrency::Invalid;
+  const ECurrency bad = ECurrency::Invalid;
+  struct Case {
+    const char* name;
+    ECurrency a, b;
+    ECurrency sum, difference, product, quotient, reconciled;
+  };
+  const Case cases[] = {
+      // a + b, a - b, a * b, a / b, a & b
+      {"abs,abs", A, A, money("EUR", "200"), money("EUR", "0"), bad, money("%", "100"), A},
+      {"abs,rel", A, R, money("EUR", "110"), money("EUR", "90"), money("EUR", "10"),
+       money("EUR", "1000"), bad},
+      {"abs,null", A, N, A, A, bad, bad, bad},
+      {"abs,invalid", A, I, bad, bad, bad, bad, bad},
+      {"rel,abs", R, A, money("EUR", "110"), money("EUR", "-110"), bad, bad, bad},
+      {"rel,rel", R, R, money("%", "20"), money("%", "0"), bad, bad, R},
+      {"rel,null", R, N, R, R, bad, bad, bad},
+      {"rel,invalid", R, I, bad, bad, bad, bad, bad},
+      {"null,abs", N, A, A, money("EUR", "-100"), bad, bad, bad},
+      {"null,rel", N, R, R, money("%", "-10"), bad, bad, bad},
+      {"null,null", N, N, N, N, bad, bad, N},
+      {"null,invalid", N, I, bad, bad, bad, bad, bad},
+      {"invalid,abs", I, A, bad, bad, bad, bad, bad},
+      {"invalid,rel", I, R, bad, bad, bad, bad, bad},
+      {"invalid,null", I, N, bad, bad, bad, bad, bad},
+      {"invalid,invalid", I, I, bad, bad, bad, bad, bad},
+  };
+  const auto check = [](const char* op, const ECurrency& got, const ECurrency& want) {
+    SCOPED_TRACE(op);
+    EXPECT_TRUE(got == want) << text(got) << " expected " << text(want);
+    EXPECT_EQ(got.isInvalid(), want.isInvalid()) << text(got);
+    if (got.isInvalid()) {
+      EXPECT_EQ(got.getUnit(), "");  // the invariant
+    }
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    check("+", c.a + c.b, c.sum);
+    check("-", c.a - c.b, c.difference);
+    check("*", c.a * c.b, c.product);
+    check("/", c.a / c.b, c.quotient);
+    check("&", c.a & c.b, c.reconciled);
+    // The decimal factor keeps the unit of any valid operand.
+    check("* 2", c.a * d("2"), c.a.isInvalid() ? bad : ECurrency(c.a.unit, c.a.amount * d("2")));
+    check("2 *", d("2") * c.a, c.a.isInvalid() ? bad : ECurrency(c.a.unit, c.a.amount * d("2")));
+    check("/ 4", c.a / d("4"), c.a.isInvalid() ? bad : ECurrency(c.a.unit, c.a.amount / d("4")));
+  }
+  // Exact digits where the factor 1 + x/100 is involved.
+  EXPECT_EQ(text(A + R), "[110.00, \"EUR\"]");
+  EXPECT_EQ(text(R - A), "[-110.00, \"EUR\"]");
+  EXPECT_EQ(text(A * R), "[10.00, \"EUR\"]");
+  EXPECT_EQ(text(N - A), "[-100, \"EUR\"]");
+}
+
+// The share and the base move the percentage's exponent by two places; at
+// the ends of the exponent range and for odd encodings the result is the
+// runtime's own.
+TEST(ECurrency, PercentScalingAtTheEdges) {
+  const decimal128 nonCanonical =
+      decimal128::fromBits(0x3041ED09BEAD87C0ull, 0x378D8E6400000000ull);  // 10^34: a zero
+  const decimal128 percents[] = {
+      d("19"),      d("-2.5"),    d("0.000001"),   d("1E-6176"),
+      d("1E-6175"), d("1E-6174"), d("9.99E+6144"), d("1E+6111"),
+      d("-0"),      d("Inf"),     nonCanonical,    d("9999999999999999999999999999999999"),
+  };
+  const ECurrency price = money("EUR", "200");
+  for (const decimal128& p : percents) {
+    SCOPED_TRACE(str(p));
+    const decimal128 scaled = ktzDec128ScaleB(p, -2);
+    const ECurrency share = price * ECurrency("%", p);
+    const ECurrency expected("EUR", price.amount * scaled);
+    EXPECT_TRUE(share == expected) << text(share) << " expected " << text(expected);
+    EXPECT_EQ(share.amount.high(), expected.amount.high());
+    EXPECT_EQ(share.amount.low(), expected.amount.low());
+    const ECurrency raised = price + ECurrency("%", p);
+    const ECurrency expectedRaise("EUR", price.amount * (scaled + decimal128(1)));
+    EXPECT_EQ(text(raised), text(expectedRaise));
+    if (!ktzDec128IsZero(p) && !ktzDec128IsInf(p)) {
+      EXPECT_EQ(text(price / ECurrency("%", p)), text(ECurrency("EUR", price.amount / scaled)));
+    }
+  }
+  // The percentage of one amount in another moves the exponent up.
+  EXPECT_EQ(text(money("EUR", "1E+6111") / money("EUR", "1E-6176")),
+            text(ECurrency("%", ktzDec128ScaleB(d("1E+6111") / d("1E-6176"), 2))));
 }
 
 TEST(ECurrency, Reconciliation) {
@@ -394,6 +492,52 @@ TEST(ECurrency, ParseString) {
   std::locale::global(saved);
 }
 
+// Amounts printed for a German reader (decimal comma, "." grouping) read
+// back to the same value, unit after or before the amount.
+TEST(ECurrency, GermanLocaleTextRoundTrip) {
+  const std::locale saved = std::locale::global(std::locale::classic());
+  try {
+    std::locale::global(std::locale("de_DE.UTF-8"));
+  } catch (const std::runtime_error&) {
+    GTEST_SKIP() << "de_DE.UTF-8 not installed (scripts/bootstrap.sh makes it)";
+  }
+  const struct {
+    const char* code;
+    const char* amount;
+    const char* printed;  // the amount to the unit's customary decimals
+  } cases[] = {
+      {"EUR", "1234567.5", "1.234.567,50"},
+      {"EUR", "-1234.56", "-1.234,56"},
+      {"JPY", "1234567", "1.234.567"},
+      {"KWD", "1000.125", "1.000,125"},
+      {"%", "19", "19,00"},
+      {"EUR", "999.99", "999,99"},
+      {"CHF", "0.05", "0,05"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.amount) + " " + c.code);
+    const ECurrency value = money(c.code, c.amount).round();
+    const std::string printed =
+        formatDecimalString(value.amount, ECurrency::getDefaultFractionDigits(c.code));
+    EXPECT_EQ(printed, c.printed);
+    for (const std::string& form :
+         {printed + " " + c.code, std::string(c.code) + " " + printed, printed + c.code}) {
+      SCOPED_TRACE(form);
+      ECurrency back;
+      ASSERT_TRUE(back.parseString(form.c_str(), nullptr));
+      EXPECT_TRUE(back == value) << text(back);
+      EXPECT_EQ(back.getUnit(), c.code);
+    }
+  }
+  // The text form stays locale-independent.
+  EXPECT_EQ(money("EUR", "1234.50").formatString(), "[1234.50, \"EUR\"]");
+  // A classic decimal point is a misplaced group separator here.
+  ECurrency v = money("CHF", "1");
+  EXPECT_FALSE(v.parseString("12.50 EUR", nullptr));
+  EXPECT_EQ(text(v), "[1, \"CHF\"]");
+  std::locale::global(saved);
+}
+
 TEST(ECurrency, DecodeAttributeTexts) {
   const struct {
     const char* currency;
@@ -513,6 +657,88 @@ TEST(ECurrency, RoundTripThroughAttributeTexts) {
     ECurrency back;
     ASSERT_TRUE(back.decodeAttributes(original.getUnit().c_str(), value.c_str(), nullptr));
     EXPECT_TRUE(back == original);
+  }
+}
+
+// Collects the amount of every <price> element through decodeAttributes.
+class PriceCollector : public sax::DefaultHandler {
+ public:
+  bool startElement(const char*, const char*, const char* qName,
+                    const sax::Attributes& attributes) override {
+    if (std::strcmp(qName, "price") != 0) return true;
+    ECurrency v = money("CHF", "-1");
+    std::string error;
+    ok.push_back(v.decodeAttributes(attributes, &error));
+    values.push_back(v);
+    errors.push_back(error);
+    return true;
+  }
+  std::vector<bool> ok;
+  std::vector<ECurrency> values;
+  std::vector<std::string> errors;
+};
+
+TEST(ECurrency, RoundTripThroughWriterAndReader) {
+  const std::vector<ECurrency> amounts = {
+      money("EUR", "12.50"),  money("EUR", "-0.001"), money("JPY", "1E+20"),
+      money("%", "19"),       money("%", "-2.5"),     money("USD", "123456789012345678901234.5678"),
+      ECurrency::Null,        money("CHF", "0.00"),   money("XAU", "0.0000000001"),
+      money("KWD", "1.2345"), money("EUR", "-Inf"),
+  };
+  std::ostringstream out;
+  {
+    zob::Ref<qor::quv::xml::XMLWriter> writer(new qor::quv::xml::XMLWriter(&out, 2));
+    qor::quv::xml::XMLWriterItfWrapper w(writer.get());
+    ASSERT_TRUE(w.startElement("prices", qor::quv::xml::kFormatIndentedBlock));
+    for (const ECurrency& a : amounts) {
+      ASSERT_TRUE(w.startElement("price", qor::quv::xml::kFormatBlock));
+      ASSERT_TRUE(a.encodeAttributes(&w)) << text(a);
+      ASSERT_TRUE(w.endElement());
+    }
+    ASSERT_TRUE(w.endElement());
+    EXPECT_EQ(writer->close(), zob::kOk);
+  }
+  const std::string xml = out.str();
+  EXPECT_NE(xml.find("<price currency='EUR' value='12.5'/>"), std::string::npos) << xml;
+
+  // The reader as it comes (namespaces on): the attributes without a prefix
+  // have no namespace, which is where decodeAttributes looks.
+  {
+    PriceCollector collector;
+    sax::SimpleXMLReader reader(nullptr);
+    reader.setContentHandler(&collector);
+    reader.setErrorHandler(&collector);
+    sax::ISInputSource source("", "mem", new std::istringstream(xml), true);
+    ASSERT_TRUE(reader.parse(&source)) << xml;
+    ASSERT_EQ(collector.values.size(), amounts.size());
+    for (size_t i = 0; i < amounts.size(); ++i) {
+      SCOPED_TRACE(text(amounts[i]));
+      EXPECT_TRUE(collector.ok[i]) << collector.errors[i];
+      EXPECT_TRUE(collector.values[i] == amounts[i]) << text(collector.values[i]);
+      EXPECT_EQ(collector.values[i].getUnit(), amounts[i].getUnit());
+    }
+  }
+
+  // What the reader rejects arrives with the message.
+  PriceCollector collector;
+  sax::SimpleXMLReader reader(nullptr);
+  reader.setContentHandler(&collector);
+  sax::ISInputSource source(
+      "", "mem",
+      new std::istringstream("<p><price currency='EUR' value='1,5'/><price value='5'/>"
+                             "<price currency='EU' value='5'/><price currency='EUR'/></p>"),
+      true);
+  ASSERT_TRUE(reader.parse(&source));
+  ASSERT_EQ(collector.values.size(), 4u);
+  EXPECT_EQ(collector.errors[0], "attribute 'value' has invalid value '1,5'");
+  EXPECT_EQ(collector.errors[1],
+            "if the 'currency' attribute is missing or empty, the 'value' attribute must be zero "
+            "or NaN");
+  EXPECT_EQ(collector.errors[2], "attribute 'currency' has invalid value 'EU'");
+  EXPECT_EQ(collector.errors[3], "attribute 'value' is missing or empty");
+  for (size_t i = 0; i < 4; ++i) {
+    EXPECT_FALSE(collector.ok[i]);
+    EXPECT_EQ(text(collector.values[i]), "[-1, \"CHF\"]");  // unchanged
   }
 }
 
