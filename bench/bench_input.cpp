@@ -24,9 +24,21 @@ constexpr std::size_t kBlock = 8192 - 16;  // what the source fetches at a time
 // A deterministic catalogue-like document; `latin1` writes the accented
 // letters as ISO-8859-1 bytes, otherwise as UTF-8.
 std::string makeDocument(bool latin1) {
-  static const char* const kWords[] = {"Tisch",   "Stuhl",  "Regal", "Kommode", "Sofa",
-                                       "B\xfc" "ro", "K\xfc" "che", "Gr\xf6\xdf" "e",
-                                       "Ma\xdf",  "Fa\xe7" "ade", "caf\xe9"};
+  static const char* const kWords[] = {"Tisch",
+                                       "Stuhl",
+                                       "Regal",
+                                       "Kommode",
+                                       "Sofa",
+                                       "B\xfc"
+                                       "ro",
+                                       "K\xfc"
+                                       "che",
+                                       "Gr\xf6\xdf"
+                                       "e",
+                                       "Ma\xdf",
+                                       "Fa\xe7"
+                                       "ade",
+                                       "caf\xe9"};
   std::string doc = "<?xml version='1.0'?>\n<catalogue>\n";
   unsigned seed = 12345;
   for (int article = 0; doc.size() < kDocSize; ++article) {
@@ -127,8 +139,8 @@ class RatioReporter : public benchmark::ConsoleReporter {
     if (base == rates_.end() || base->second <= 0) return;
     std::printf("\nThroughput relative to memcpy (%.0f MB/s):\n", base->second / 1e6);
     for (const auto& [name, rate] : rates_)
-      std::printf("  %-28s %10.1f MB/s  %6.3f x memcpy  (memcpy is %.1f x faster)\n",
-                  name.c_str(), rate / 1e6, rate / base->second, base->second / rate);
+      std::printf("  %-28s %10.1f MB/s  %6.3f x memcpy  (memcpy is %.1f x faster)\n", name.c_str(),
+                  rate / 1e6, rate / base->second, base->second / rate);
   }
 
  private:

@@ -102,10 +102,9 @@ TEST(Logger, AssertionText) {
   const int line = __LINE__ + 1;
   EXPECT_FALSE(QUV_ASSERT(app.get(), !EFAILED(tRes)));  // reported as written, not expanded
   EXPECT_EQ(log->texts(LogLevel::Debug),
-            (std::vector<std::string>{
-                "QUV assertion failed: utl_Logger_test[26]: !EFAILED(tRes)",
-                "QUV assertion failed: utl_Logger_test[" + std::to_string(line) +
-                    "]: !EFAILED(tRes)"}));
+            (std::vector<std::string>{"QUV assertion failed: utl_Logger_test[26]: !EFAILED(tRes)",
+                                      "QUV assertion failed: utl_Logger_test[" +
+                                          std::to_string(line) + "]: !EFAILED(tRes)"}));
 }
 
 TEST(Logger, QueryErrorNamesBothInterfacesAndTheError) {

@@ -57,8 +57,7 @@ KELP_API void _queryInterfaceError(fw::IApplication* app, const char* category,
 /* Reports a failed condition at the current line; evaluates to the
  * condition's truth so that callers can branch on it. The condition is
  * reported as written (stringified here, before macro expansion). */
-#define QUV_ASSERT(app, cond) \
-  ((cond) ? true : (QUV_ASSERT_FAILED_((app), #cond, __LINE__), false))
+#define QUV_ASSERT(app, cond) ((cond) ? true : (QUV_ASSERT_FAILED_((app), #cond, __LINE__), false))
 
 /* The same with an explicit line number: messages whose text callers rely on
  * keep a fixed line. */
