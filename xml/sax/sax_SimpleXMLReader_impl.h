@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include <kelp/xml/sax/sax_InputSource.h>
+#include <kelp/xml/sax/sax_StackedInputSource.h>
 
 namespace qor::quv::xml::sax::detail {
 
@@ -64,14 +65,26 @@ struct Cursor {
   const char* p = nullptr;
   const char* e = nullptr;
   int lineFeeds = 0;  // line feeds among [mark, p)
+  // With a stack: whether the window belongs to an entity pushed on it, and
+  // the bytes taken from the outermost source.
+  StackedInputSource* stack = nullptr;
+  bool inEntity = false;
+  std::size_t outerBytes = 0;
 
-  void attach(InputSource* source) {
+  void attach(InputSource* source, StackedInputSource* stacked = nullptr) {
     in = source;
+    stack = stacked;
     mark = p = e = nullptr;
     lineFeeds = 0;
+    inEntity = false;
+    outerBytes = 0;
   }
   void commit() {
-    if (p != mark) in->consumeRun(static_cast<std::size_t>(p - mark), lineFeeds);
+    if (p != mark) {
+      std::size_t n = static_cast<std::size_t>(p - mark);
+      in->consumeRun(n, lineFeeds);
+      if (!inEntity) outerBytes += n;
+    }
     mark = p;
     lineFeeds = 0;
   }
@@ -93,6 +106,7 @@ struct Cursor {
     }
     mark = p = b;
     e = end;
+    inEntity = stack && stack->depth() > 1;
     return true;
   }
   // The next byte (0..255) without taking it, or -1 at the end.
