@@ -55,10 +55,20 @@ constexpr char kCData[] = "CDATA";
 constexpr char kNameExpected[] = "syntax error (name expected)";
 constexpr char kSpaceExpected[] = "syntax error (space expected)";
 
+constexpr char kIllegalCharacter[] = "syntax error (illegal character)";
+constexpr char kCrossesEntity[] = "syntax error (markup crosses an entity boundary)";
 constexpr char kExpansionLimit[] = "entity expansion limit exceeded";
 
 // Where a reference stands; decides how its replacement is delivered.
-enum class RefContext { Content, AttributeValue };
+enum class RefContext { Content, AttributeValue, EntityValue };
+
+// Character references to code points XML forbids are errors, except for
+// surrogates and values beyond U+10FFFF, which have no form in any output
+// encoding and arrive as "?" like any unconvertible character.
+bool isXmlChar(std::uint32_t c) {
+  if (c < 0x20) return c == '\t' || c == '\n' || c == '\r';
+  return c != 0xFFFE && c != 0xFFFF;
+}
 
 // Reads the replacement text of an internal entity, which it keeps alive.
 class EntityTextSource : public SimpleInputSource {
@@ -192,6 +202,7 @@ struct SimpleXMLReader::Data {
     void* mark;       // scratch position before the element's strings
     size_t bindings;  // bindings in force before the element
     size_t qLength;
+    unsigned entity;  // the entity in which the start tag stands
   };
   std::vector<Open> open;
 
@@ -231,6 +242,8 @@ struct SimpleXMLReader::Data {
     errors->fatalError(ex);  // its answer changes nothing: the parse stops
     return false;
   }
+  // After scanText returned a negative result.
+  bool scanEnd(int c) { return c == -1 ? endOfInput() : false; }
   bool endOfInput() { return fatal(input->error() ? "read error" : "unexpected end of input"); }
   bool expected(const char* what) {
     return fatal(std::string("syntax error ('%1' expected)") << what);
@@ -303,9 +316,12 @@ struct SimpleXMLReader::Data {
   }
 
   // Appends input to out up to the next byte of class stop other than CR and
-  // LF; CR LF and a lone CR arrive as LF. Returns that byte, not taken, or -1
-  // at the end of input.
+  // LF; CR LF and a lone CR arrive as LF. Returns that byte, not taken, -1
+  // at the end of input, or -2 after reporting a forbidden character.
   int scanText(std::uint16_t stop, std::string& out) {
+    // UTF-8 output is the input's own bytes: the characters that XML
+    // forbids and a decoder would not have let through are looked for here.
+    if (useUtf8) stop |= detail::kUtf8Check;
     for (;;) {
       if (cur.p == cur.e && !cur.fill()) return -1;
       const char* s = cur.p;
@@ -336,6 +352,22 @@ struct SimpleXMLReader::Data {
           ++p;
           continue;
         }
+        if (scanClass(*p) & detail::kUtf8Check) {
+          if (!forbiddenUtf8(p, e)) {
+            ++p;
+            continue;
+          }
+          out.append(s, static_cast<size_t>(p - s));
+          cur.p = p;
+          fatal(kIllegalCharacter);
+          return -2;
+        }
+        if (scanClass(*p) & detail::kForbidden) {
+          out.append(s, static_cast<size_t>(p - s));
+          cur.p = p;
+          fatal(kIllegalCharacter);
+          return -2;
+        }
         if (*p == '\r') {
           out.append(s, static_cast<size_t>(p - s));
           out += '\n';
@@ -353,6 +385,18 @@ struct SimpleXMLReader::Data {
       out.append(s, static_cast<size_t>(p - s));
       cur.p = p;
     }
+  }
+
+  // Does [p, e) start with an encoded surrogate, U+FFFE, U+FFFF or a code
+  // point beyond U+10FFFF? A
+  // sequence cut by the end of the window is let through.
+  static bool forbiddenUtf8(const char* p, const char* e) {
+    auto b = [p](int i) { return static_cast<unsigned char>(p[i]); };
+    if (b(0) >= 0xF5) return true;
+    if (e - p < 3) return false;
+    if (b(0) == 0xF4) return b(1) >= 0x90;
+    if (b(0) == 0xED) return b(1) >= 0xA0 && b(1) <= 0xBF;
+    return b(1) == 0xBF && (b(2) == 0xBE || b(2) == 0xBF);
   }
 
   char* scratchCopy(const char* s, size_t n) {
@@ -391,7 +435,8 @@ struct SimpleXMLReader::Data {
   // Reads an attribute value after its opening quote, resolving references;
   // the result lives in the scratch allocator. Null after a reported error.
   const char* readAttributeValue(char quote) {
-    const std::uint16_t stop = quote == '"' ? detail::kAttrDqStop : detail::kAttrSqStop;
+    const std::uint16_t stop = (quote == '"' ? detail::kAttrDqStop : detail::kAttrSqStop) |
+                               (useUtf8 ? detail::kUtf8Check : 0);
     // The common case: the whole value lies in the window and holds no
     // reference and no line end.
     const char* s = cur.p;
@@ -405,7 +450,7 @@ struct SimpleXMLReader::Data {
     const std::size_t depth = input->depth();
     for (;;) {
       int c = scanText(stop, value);
-      if (c < 0) return endOfInput(), nullptr;
+      if (c < 0) return scanEnd(c), nullptr;
       if (c == quote && cur.inEntity && input->depth() > depth) {
         // A quote from entity text is part of the value.
         cur.skip();
@@ -481,6 +526,7 @@ struct SimpleXMLReader::Data {
   // character data, by starting the next run in out); in an attribute value
   // by appending to out.
   bool reference(RefContext where, char quote, std::string& out) {
+    const unsigned entity = currentEntity();
     int c = cur.peek();
     if (c == '#') {
       cur.skip();
@@ -506,6 +552,12 @@ struct SimpleXMLReader::Data {
       if (c < 0) return endOfInput();
       if (c != ';' || digits == 0) return fatal("syntax error (digit or ';' expected)");
       cur.skip();
+      if (!isXmlChar(cp)) return fatal("invalid character reference");
+      if (currentEntity() != entity) return fatal(kCrossesEntity);
+      if (cp == '\r' && where == RefContext::EntityValue) {
+        out += "&#13;";  // kept so that reading the entity does not make it a line end
+        return true;
+      }
       return deliverCodePoint(where, cp, out);
     }
     void* mark = scratch.getAllocBase();
@@ -513,6 +565,7 @@ struct SimpleXMLReader::Data {
     const char* name = readName(&n);
     if (!name) return cur.peek() < 0 ? endOfInput() : fatal(kNameExpected);
     if (!expect(';')) return false;
+    if (currentEntity() != entity) return fatal(kCrossesEntity);
     bool ok = entityReference(where, quote, name, out);
     scratch.setAllocBase(mark);
     return ok;
@@ -564,6 +617,8 @@ struct SimpleXMLReader::Data {
       out += p.c;
       return true;
     }
+    if (where != RefContext::Content)
+      return fatal(std::string("undeclared entity '%1' in attribute value") << name);
     return content->skippedEntity(name) || refused(content);
   }
 
@@ -582,6 +637,20 @@ struct SimpleXMLReader::Data {
     return true;
   }
 
+  // Each entity read gets a serial number, the document 0; instances holds
+  // those of the sources on the input stack, which drops exhausted ones by
+  // itself. Markup must begin and end in the same entity.
+  std::vector<unsigned> instances;
+  unsigned serial = 0;
+  unsigned currentEntity() {
+    instances.resize(input->depth());
+    return instances.back();
+  }
+  void enterEntity() {
+    instances.resize(input->depth() - 1);
+    instances.push_back(++serial);
+  }
+
   // Reads a declared entity in place: its source goes on the input stack.
   bool pushEntity(RefContext where, Entity* entity) {
     cur.drop();
@@ -589,14 +658,13 @@ struct SimpleXMLReader::Data {
     if (auto* internal = dynamic_cast<InternalEntity*>(entity)) {
       if (!withinLimits(internal->getReplacementText().size())) return false;
       input->push(new EntityTextSource(here.getPublicId(), here.getSystemId(), internal));
+      enterEntity();
       return true;
     }
     auto* external = dynamic_cast<ExternalEntity*>(entity);
-    if (!external || !external->getNotation().empty()) {
-      if (where == RefContext::AttributeValue || !external)
-        return content->skippedEntity(entity->getName().c_str()) || refused(content);
+    if (!external) return content->skippedEntity(entity->getName().c_str()) || refused(content);
+    if (!external->getNotation().empty())
       return fatal(std::string("reference to unparsed entity '%1'") << entity->getName());
-    }
     if (where == RefContext::AttributeValue)
       return fatal(std::string("reference to external entity '%1' in attribute value")
                    << entity->getName());
@@ -609,6 +677,7 @@ struct SimpleXMLReader::Data {
     }
     if (!source && !(source = openEntity(external, here))) return false;
     input->push(source);
+    enterEntity();
     return externalEntityStart(source);
   }
 
@@ -719,6 +788,7 @@ struct SimpleXMLReader::Data {
   // A start tag after "<": reports it and, unless it was empty, opens the
   // element on the stack.
   bool startTag() {
+    const unsigned entity = currentEntity();
     void* mark = scratch.getAllocBase();
     size_t qLength = 0;
     const char* qName = readName(&qLength);
@@ -766,6 +836,7 @@ struct SimpleXMLReader::Data {
       attrs.push_back({name, nameLength, v});
     }
 
+    if (currentEntity() != entity) return fatal(kCrossesEntity);
     const char* uri;
     const char* localName;
     resolve(qName, qLength, true, &uri, &localName);
@@ -781,7 +852,7 @@ struct SimpleXMLReader::Data {
     }
     if (!content->startElement(uri, localName, qName, list)) return refused(content);
     if (empty) return endElement(uri, localName, qName, mark, bindingsBefore);
-    open.push_back({qName, uri, localName, mark, bindingsBefore, qLength});
+    open.push_back({qName, uri, localName, mark, bindingsBefore, qLength, entity});
     return true;
   }
 
@@ -796,6 +867,7 @@ struct SimpleXMLReader::Data {
   // An end tag after "</" closes the innermost open element.
   bool endTag() {
     Open top = open.back();
+    if (currentEntity() != top.entity) return fatal(kCrossesEntity);
     // The usual case: the name is in the window and matches.
     size_t n = top.qLength;
     if (static_cast<size_t>(cur.e - cur.p) > n && std::memcmp(cur.p, top.qName, n) == 0 &&
@@ -812,16 +884,18 @@ struct SimpleXMLReader::Data {
     }
     skipSpace();
     if (!expect('>')) return false;
+    if (currentEntity() != top.entity) return fatal(kCrossesEntity);
     open.pop_back();
     return endElement(top.uri, top.localName, top.qName, top.mark, top.bindings);
   }
 
   // After "<!--".
   bool comment() {
+    const unsigned entity = currentEntity();
     text.clear();
     for (;;) {
       int c = scanText(detail::kDashStop, text);
-      if (c < 0) return endOfInput();
+      if (c < 0) return scanEnd(c);
       cur.skip();
       c = cur.peek();
       if (c != '-') {
@@ -835,6 +909,7 @@ struct SimpleXMLReader::Data {
       cur.skip();
       break;
     }
+    if (currentEntity() != entity) return fatal(kCrossesEntity);
     bool ok = lexical->comment(text.c_str()) || refused(lexical);
     text.clear();
     return ok;
@@ -842,16 +917,18 @@ struct SimpleXMLReader::Data {
 
   // After "<?".
   bool processingInstruction() {
+    const unsigned entity = currentEntity();
     void* mark = scratch.getAllocBase();
     size_t n = 0;
     const char* target = readName(&n);
     if (!target) return cur.peek() < 0 ? endOfInput() : fatal(kNameExpected);
-    if (std::strcmp(target, "xml") == 0) return fatal("syntax error ('xml' not allowed here)");
-    skipSpace();
+    if (strcasecmp(target, "xml") == 0) return fatal("syntax error ('xml' not allowed here)");
+    if (!skipSpace() && !lookingAt("?>", 2))
+      return cur.peek() < 0 ? endOfInput() : fatal(kSpaceExpected);
     text.clear();
     for (;;) {
       int c = scanText(detail::kQuestionStop, text);
-      if (c < 0) return endOfInput();
+      if (c < 0) return scanEnd(c);
       cur.skip();
       c = cur.peek();
       if (c == '>') {
@@ -860,6 +937,7 @@ struct SimpleXMLReader::Data {
       }
       text += '?';
     }
+    if (currentEntity() != entity) return fatal(kCrossesEntity);
     bool ok = content->processingInstruction(target, text.c_str()) || refused(content);
     text.clear();
     scratch.setAllocBase(mark);
@@ -868,11 +946,12 @@ struct SimpleXMLReader::Data {
 
   // After "<![CDATA[".
   bool cdataSection() {
+    const unsigned entity = currentEntity();
     if (!lexical->startCDATA()) return refused(lexical);
     text.clear();
     for (;;) {
       int c = scanText(detail::kBracketStop, text);
-      if (c < 0) return endOfInput();
+      if (c < 0) return scanEnd(c);
       size_t brackets = 0;
       while (cur.peek() == ']') {
         cur.skip();
@@ -885,6 +964,7 @@ struct SimpleXMLReader::Data {
       }
       text.append(brackets, ']');
     }
+    if (currentEntity() != entity) return fatal(kCrossesEntity);
     if (!text.empty() && !content->characters(text.c_str())) return refused(content);
     text.clear();
     return lexical->endCDATA() || refused(lexical);
@@ -908,7 +988,7 @@ struct SimpleXMLReader::Data {
         markupFollows = true;
         c = cur.peek();
       }
-      if (c < 0) return endOfInput();
+      if (c < 0) return scanEnd(c);
       if (!text.empty()) {
         if (!content->characters(text.c_str())) return refused(content);
         text.clear();
@@ -1397,6 +1477,7 @@ struct SimpleXMLReader::Data {
       if (c < 0) return endOfInput();
       if (c == quote) return true;
       if (c == '%') return fatal("syntax error (parameter entity reference in entity value)");
+      if (c < 0x20 && c != '\t' && c != '\n' && c != '\r') return fatal(kIllegalCharacter);
       if (c == '\r') {
         if (cur.peek() == '\n') cur.skip();
         c = '\n';
@@ -1406,7 +1487,7 @@ struct SimpleXMLReader::Data {
         continue;
       }
       if (cur.peek() == '#') {
-        if (!reference(RefContext::AttributeValue, 0, out)) return false;
+        if (!reference(RefContext::EntityValue, 0, out)) return false;
         continue;
       }
       const char* n = name();
@@ -1514,6 +1595,8 @@ struct SimpleXMLReader::Data {
     input = &stacked;
     cur.attach(&stacked, &stacked);
     counters = EntityCounters();
+    instances.assign(1, 0);
+    serial = 0;
     content->setDocumentLocator(stacked.getLocator());
     bool ok = false;
     if (content->startDocument())
