@@ -58,6 +58,7 @@ constexpr char kSpaceExpected[] = "syntax error (space expected)";
 constexpr char kIllegalCharacter[] = "syntax error (illegal character)";
 constexpr char kCrossesEntity[] = "syntax error (markup crosses an entity boundary)";
 constexpr char kExpansionLimit[] = "entity expansion limit exceeded";
+constexpr std::size_t kExpansionCharge = 32;
 
 // Where a reference stands; decides how its replacement is delivered.
 enum class RefContext { Content, AttributeValue, EntityValue };
@@ -623,8 +624,10 @@ struct SimpleXMLReader::Data {
   }
 
   // Checks the bounds before `length` more bytes of entity text are read
-  // from a new entity.
+  // from a new entity. Each expansion also costs a fixed charge, so that
+  // masses of tiny expansions are bounded like their text.
   bool withinLimits(std::size_t length) {
+    length += kExpansionCharge;
     std::size_t open = input->depth() - 1;
     if (open >= limits.maxDepth) return fatal(kExpansionLimit);
     std::size_t budget = cur.outerBytes * limits.expansionFactor;

@@ -25,7 +25,8 @@
  * EntityLimits::maxDepth entities, and the text that entity references
  * produce in one parse is at most the larger of EntityLimits::minExpansion
  * bytes and EntityLimits::expansionFactor times the bytes read so far from
- * the document itself. Past a bound the parse ends with the fatal error
+ * the document itself (each expansion counts as its text plus 32 bytes,
+ * the cost of reading it). Past a bound the parse ends with the fatal error
  * "entity expansion limit exceeded". */
 #ifndef KELP_XML_SAX_SAX_SIMPLEXMLREADER_H
 #define KELP_XML_SAX_SAX_SIMPLEXMLREADER_H
