@@ -353,17 +353,11 @@ struct SimpleXMLReader::Data {
           ++p;
           continue;
         }
-        if (scanClass(*p) & detail::kUtf8Check) {
-          if (!forbiddenUtf8(p, e)) {
+        if (scanClass(*p) & (detail::kUtf8Check | detail::kForbidden)) [[unlikely]] {
+          if (!(scanClass(*p) & detail::kForbidden) && !forbiddenUtf8(p, e)) {
             ++p;
             continue;
           }
-          out.append(s, static_cast<size_t>(p - s));
-          cur.p = p;
-          fatal(kIllegalCharacter);
-          return -2;
-        }
-        if (scanClass(*p) & detail::kForbidden) {
           out.append(s, static_cast<size_t>(p - s));
           cur.p = p;
           fatal(kIllegalCharacter);
@@ -646,6 +640,7 @@ struct SimpleXMLReader::Data {
   std::vector<unsigned> instances;
   unsigned serial = 0;
   unsigned currentEntity() {
+    if (serial == 0) return 0;  // no entity read yet in this parse
     instances.resize(input->depth());
     return instances.back();
   }
