@@ -17,141 +17,137 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <kelp/xml/sax/sax_Attributes.h>
 #include <kelp/xml/sax/sax_DefaultHandler.h>
 #include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/sax/sax_SimpleXMLReader.h>
 
+#include "catalogue_gen.h"
+
 using namespace qor::quv::xml::sax;
+using namespace kelp::bench;
 
 namespace {
 
 // ---- documents ----------------------------------------------------------------
 
-class Random {
+// The catalogue as text, laid out as the library's writer lays it out
+// (two columns per level), with double quotes and escaped text.
+class TextSink {
  public:
-  explicit Random(std::uint64_t seed) : s_(seed) {}
-  std::uint32_t next() {
-    s_ = s_ * 6364136223846793005ull + 1442695040888963407ull;
-    return static_cast<std::uint32_t>(s_ >> 33);
+  explicit TextSink(std::size_t target) : target_(target) {
+    d.reserve(target + 4096);
+    d += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- product catalogue, generated -->\n";
   }
-  std::uint32_t below(std::uint32_t n) { return next() % n; }
-  template <size_t N>
-  const char* pick(const char* const (&a)[N]) {
-    return a[below(N)];
+  std::string d;
+
+  void start(const char* name, int format) {
+    openTag();
+    if (format != 0) eol(0);
+    indent();
+    d += '<';
+    d += name;
+    open_.push_back({name, format});
+    tagOpen_ = true;
   }
+  void attr(const char* name, const std::string& value) {
+    d += ' ';
+    d += name;
+    d += "=\"";
+    d += value;
+    d += '"';
+  }
+  void text(const std::string& t) {
+    openTag();
+    for (char c : t) {
+      if (c == '<')
+        d += "&lt;";
+      else if (c == '>')
+        d += "&gt;";
+      else if (c == '&')
+        d += "&amp;";
+      else
+        d += c;
+    }
+    lineStart_ = false;
+  }
+  void cdata(const std::string& t) {
+    openTag();
+    d += "<![CDATA[";
+    d += t;
+    d += "]]>";
+    lineStart_ = false;
+  }
+  void comment(const char* t) {
+    openTag();
+    eol(0);
+    indent();
+    d += "<!--";
+    d += t;
+    d += "-->";
+    eol(0);
+  }
+  void end() {
+    auto [name, format] = open_.back();
+    open_.pop_back();
+    if (tagOpen_) {
+      d += "/>";
+      tagOpen_ = false;
+    } else {
+      if (format == 2) eol(-1);
+      indent();
+      d += "</";
+      d += name;
+      d += '>';
+    }
+    lineStart_ = false;
+    if (format != 0) eol(0);
+  }
+  bool more() const { return d.size() < target_; }
 
  private:
-  std::uint64_t s_;
+  void openTag() {
+    if (!tagOpen_) return;
+    d += '>';
+    tagOpen_ = false;
+    lineStart_ = false;
+    if (open_.back().second == 2) eol(+1);
+  }
+  void eol(int delta) {
+    if (!lineStart_) d += '\n';
+    lineStart_ = true;
+    depth_ += delta;
+  }
+  void indent() {
+    if (lineStart_) d.append(2 * static_cast<std::size_t>(depth_), ' ');
+    lineStart_ = false;
+  }
+
+  std::size_t target_;
+  std::vector<std::pair<const char*, int>> open_;
+  bool tagOpen_ = false;
+  bool lineStart_ = true;
+  int depth_ = 0;
 };
 
-const char* const kWordsEn[] = {"ergonomic",  "chair",   "desk",  "oak",     "steel", "durable",
-                                "office",     "modular", "shelf", "cabinet", "lamp",  "soft",
-                                "adjustable", "height",  "with",  "and",     "for",   "premium"};
-const char* const kWordsDe[] = {
-    "Bürostuhl", "Schreibtisch", "Eiche", "höhenverstellbar", "Regal", "Leuchte",   "für",
-    "und",       "mit",          "Größe", "Oberfläche",       "weiß",  "Drehstuhl", "Rückenlehne"};
-const char* const kWordsFr[] = {"chaise",  "bureau", "élégante", "chêne",   "réglable", "étagère",
-                                "lumière", "pour",   "avec",     "qualité", "façade",   "très"};
-const char* const kWordsJa[] = {"オフィス", "チェア", "机",   "木製",    "高さ調節",
-                                "収納",     "照明",   "快適", "デザイン"};
-const char* const kWordsRu[] = {"стул",  "стол", "офисный", "дуб",    "полка",
-                                "лампа", "для",  "и",       "удобный"};
-const char* const kCurrencies[] = {"EUR", "CHF", "USD", "GBP", "SEK", "JPY"};
-const char* const kGroups[] = {"chairs", "desks", "storage", "lighting", "accessories", "tables"};
-const char* const kColors[] = {"anthracite", "white", "oak", "walnut", "black", "silver", "red"};
-
-void words(std::string& out, Random& r, const char* const* list, size_t n, int count) {
-  for (int i = 0; i < count; ++i) {
-    if (i) out += ' ';
-    out += list[r.below(static_cast<std::uint32_t>(n))];
-  }
-}
-#define WORDS(out, r, list, count) words(out, r, list, sizeof list / sizeof *list, count)
-
-std::string num(std::uint32_t v, int width) {
-  std::string s = std::to_string(v);
-  return std::string(width > static_cast<int>(s.size()) ? width - s.size() : 0, '0') + s;
-}
-
 std::string makeCatalogue(size_t target) {
-  Random r(42);
-  std::string d;
-  d.reserve(target + 4096);
-  d += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-       "<!-- product catalogue, generated -->\n"
-       "<cat:catalogue xmlns:cat=\"urn:kelp:catalogue:3\" "
-       "xmlns:x=\"http://www.w3.org/1999/xhtml\" xmlns=\"urn:kelp:default\" version=\"3.1\" "
-       "created=\"2026-01-01T00:00:00Z\" currency=\"EUR\">\n";
-  for (std::uint32_t m = 0; m < 50; ++m) {
-    d += "  <cat:maker id=\"M" + num(m, 4) + "\" country=\"DE\" since=\"19" + num(50 + m, 2) +
-         "\"><cat:name>";
-    WORDS(d, r, kWordsDe, 2);
-    d += " GmbH &amp; Co. KG</cat:name></cat:maker>\n";
-  }
-  for (std::uint32_t a = 0; d.size() < target; ++a) {
-    d += "  <cat:article id=\"A" + num(a, 7) + "\" maker=\"M" + num(r.below(50), 4) +
-         "\" group=\"" + r.pick(kGroups) + "\" status=\"active\" ean=\"400" +
-         num(r.next() % 1000000000u, 10) + "\" updated=\"2025-" + num(r.below(12) + 1, 2) + "-" +
-         num(r.below(28) + 1, 2) + "\">\n";
-    if (a % 16 == 0) d += "    <!-- revised by the catalogue team -->\n";
-    d += "    <cat:name xml:lang=\"en\">";
-    WORDS(d, r, kWordsEn, 4);
-    d += "</cat:name>\n    <cat:name xml:lang=\"de\">";
-    WORDS(d, r, kWordsDe, 3);
-    d += "</cat:name>\n    <cat:name xml:lang=\"fr\">";
-    WORDS(d, r, kWordsFr, 3);
-    d += "</cat:name>\n    <cat:name xml:lang=\"ja\">";
-    WORDS(d, r, kWordsJa, 3);
-    d += "</cat:name>\n    <cat:name xml:lang=\"ru\">";
-    WORDS(d, r, kWordsRu, 3);
-    d += "</cat:name>\n    <cat:description xml:lang=\"en\"><x:p>";
-    WORDS(d, r, kWordsEn, 12);
-    d += " &lt;";
-    WORDS(d, r, kWordsEn, 2);
-    d += "&gt; <x:b>";
-    WORDS(d, r, kWordsEn, 2);
-    d += "</x:b> ";
-    WORDS(d, r, kWordsEn, 10);
-    d += ".</x:p><x:ul><x:li>";
-    WORDS(d, r, kWordsDe, 4);
-    d += "</x:li><x:li>";
-    WORDS(d, r, kWordsFr, 4);
-    d += "</x:li></x:ul></cat:description>\n";
-    if (a % 4 == 0) {
-      d += "    <cat:note><![CDATA[<b>";
-      WORDS(d, r, kWordsEn, 6);
-      d += "</b> & more]]></cat:note>\n";
-    }
-    d += "    <cat:prices>\n";
-    for (int p = 0; p < 3; ++p) {
-      d += "      <cat:price currency=\"" + std::string(r.pick(kCurrencies)) + "\" amount=\"" +
-           std::to_string(r.below(5000)) + "." + num(r.below(100), 2) +
-           "\" tax=\"19\" valid-from=\"2026-01-01\" valid-to=\"2026-12-31\" min-qty=\"" +
-           std::to_string(1 + p * 10) + "\"/>\n";
-    }
-    d += "    </cat:prices>\n    <cat:features>";
-    for (int f = 0; f < 4; ++f)
-      d += std::string("<cat:feature key=\"color") + char('0' + f) + "\" value=\"" +
-           r.pick(kColors) + "\"/>";
-    d += "</cat:features>\n    <cat:size w=\"" + std::to_string(r.below(2000)) + "\" h=\"" +
-         std::to_string(r.below(2000)) + "\" d=\"" + std::to_string(r.below(1000)) +
-         "\" unit=\"mm\"/>\n  </cat:article>\n";
-  }
-  d += "</cat:catalogue>\n";
-  return d;
+  TextSink sink(target);
+  generateCatalogue(sink);
+  return sink.d;
 }
 
 std::string makeHugeText(size_t target) {
   Random r(7);
   std::string d = "<?xml version=\"1.0\"?>\n<text xml:lang=\"mul\">";
   while (d.size() < target) {
-    WORDS(d, r, kWordsDe, 8);
+    words(d, r, kWordsDe, 8);
     d += ' ';
-    WORDS(d, r, kWordsJa, 4);
+    words(d, r, kWordsJa, 4);
     d += ' ';
-    WORDS(d, r, kWordsEn, 8);
+    words(d, r, kWordsEn, 8);
     d += ".\n";
   }
   d += "</text>\n";

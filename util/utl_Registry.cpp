@@ -3,7 +3,7 @@
 #define QUV_SOURCE_NAME "utl_Registry"
 #include <kelp/util/utl_Registry.h>
 
-#include <fw/fw_IApplication3.h>
+#include <fw/fw_IApplication5.h>
 #include <kelp/util/utl_Logger.h>
 #include <zob/zob_factory.h>
 #include <zob/zob_mem.h>
@@ -111,12 +111,12 @@ RegNode Registry::openCurrentUserQUVModule(fw::IApplication* app, const char* mo
 
 RegNode Registry::openAppModule(fw::IApplication* app, const char* module, bool readOnly,
                                 bool localMachine) {
-  zob::Ref<fw::IApplication3> app3;
-  ZResult r = zob::query(app, app3);
-  if (app && (EFAILED(r) || !app3)) QUV_QUERY_FAILED(app, app, fw::IApplication3::IID, r);
+  zob::Ref<fw::IApplication5> app5;
+  ZResult r = zob::query(app, app5);
+  if (app && (EFAILED(r) || !app5)) QUV_QUERY_FAILED(app, app, fw::IApplication5::IID, r);
   ZobString vendor, product;
-  if (app3) r = app3->getVendorKey(&vendor.p);
-  if (EFAILED(r) || !app3) {
+  if (app5) r = app5->getVendorKey(&vendor.p);
+  if (EFAILED(r) || !app5) {
     eDebug(app, QUV_LOG_CATEGORY,
            std::string("IApplication failed to return vendor key: %1") << zobStrError(r));
     return RegNode();
@@ -125,7 +125,7 @@ RegNode Registry::openAppModule(fw::IApplication* app, const char* module, bool 
     eDebug(app, QUV_LOG_CATEGORY, "IApplication returned empty vendor key");
     return RegNode();
   }
-  r = app3->getApplicationKey(&product.p);
+  r = app5->getAppKey(&product.p);
   if (EFAILED(r)) {
     eDebug(app, QUV_LOG_CATEGORY,
            std::string("IApplication failed to return application key: %1") << zobStrError(r));

@@ -131,7 +131,26 @@ struct XMLWriter::Data {
     return ok;
   }
 
+  // Appends to the buffer: one capacity check for the small writes that
+  // markup is made of; only a write that does not fit takes the slow path.
   void write(const char* s, std::size_t n) {
+    if (static_cast<std::size_t>(bufEnd - bufFill) >= n) {
+      std::memcpy(bufFill, s, n);
+      bufFill += n;
+      return;
+    }
+    writeSlow(s, n);
+  }
+  void write(const char* s) { write(s, std::strlen(s)); }
+  void write(const std::string& s) { write(s.data(), s.size()); }
+  void write(char c) {
+    if (bufFill == bufEnd)
+      writeSlow(&c, 1);
+    else
+      *bufFill++ = c;
+  }
+
+  void writeSlow(const char* s, std::size_t n) {
     while (n > 0) {
       std::size_t k = std::min(n, static_cast<std::size_t>(bufEnd - bufFill));
       std::memcpy(bufFill, s, k);
@@ -139,26 +158,92 @@ struct XMLWriter::Data {
       s += k;
       n -= k;
       if (bufFill == bufEnd) {
-        if (!flushBuffer(true)) writeFailed = true;
+        if (!flushFull()) writeFailed = true;
         if (bufFill == bufEnd) bufFill = bufBegin;  // cannot happen: never stall
       }
     }
   }
-  void write(const char* s) { write(s, std::strlen(s)); }
-  void write(const std::string& s) { write(s.data(), s.size()); }
-  void write(char c) { write(&c, 1); }
+
+  // Empties a full buffer. Without a codec a UTF-8 sequence cut by the end
+  // of the buffer stays behind for the next block, so that every write to
+  // the stream holds whole characters (a codec keeps incomplete sequences
+  // by itself).
+  bool flushFull() {
+    if (codec) return flushBuffer(true);
+    const std::size_t keep = detail::incompleteUtf8Tail(bufBegin, bufFill);
+    bool ok = emit(bufBegin, static_cast<std::size_t>(bufFill - bufBegin) - keep);
+    std::memmove(bufBegin, bufFill - keep, keep);
+    bufFill = bufBegin + keep;
+    return ok;
+  }
+
+  // Writes the zero-terminated text with the characters of `special` (a
+  // class of kWriterChars) replaced by their entities, one run of plain
+  // bytes at a time.
+  void writeEscaped(const char* p, unsigned char special) {
+    for (;;) {
+      const char* run = p;
+      const auto& chars = detail::kWriterChars;
+      // Four bytes a round: plain text is the common case.
+      for (;;) {
+        if (chars[static_cast<unsigned char>(p[0])] & special) break;
+        if (chars[static_cast<unsigned char>(p[1])] & special) {
+          p += 1;
+          break;
+        }
+        if (chars[static_cast<unsigned char>(p[2])] & special) {
+          p += 2;
+          break;
+        }
+        if (chars[static_cast<unsigned char>(p[3])] & special) {
+          p += 3;
+          break;
+        }
+        p += 4;
+      }
+      write(run, static_cast<std::size_t>(p - run));
+      switch (*p) {
+        case '\0':
+          return;
+        case '<':
+          write("&lt;", 4);
+          break;
+        case '>':
+          write("&gt;", 4);
+          break;
+        case '&':
+          write("&amp;", 5);
+          break;
+        case '\'':
+          write("&apos;", 6);
+          break;
+        default:
+          write(*p);  // cannot happen: only the characters above are special
+          break;
+      }
+      ++p;
+    }
+  }
 
   // Text that starts a line is indented first: a tab per 8 columns, then
   // spaces.
   template <class T>
   void markup(const T& text) {
     if (atLineStart) {
-      int columns = std::max(indent, 0);
-      for (int i = 0; i < columns / 8; ++i) write('\t');
-      for (int i = 0; i < columns % 8; ++i) write(' ');
+      writeIndentation();
       atLineStart = false;
     }
     write(text);
+  }
+
+  // A tab for each full 8 columns, then a space for each column left.
+  void writeIndentation() {
+    static const char kTabs[] = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
+    static const char kSpaces[] = "       ";
+    const int columns = std::max(indent, 0);
+    for (int tabs = columns / 8; tabs > 0; tabs -= 16)
+      write(kTabs, static_cast<std::size_t>(std::min(tabs, 16)));
+    write(kSpaces, static_cast<std::size_t>(columns % 8));
   }
 
   template <class T>
@@ -245,6 +330,8 @@ std::uint32_t XMLWriter::release() {
   return static_cast<std::uint32_t>(left);
 }
 
+// The operations test `d_ && d_->isOpen()` inline rather than call the
+// exported isOpen, which a shared library reaches through its symbol table.
 bool XMLWriter::isOpen() const {
   return d_ && d_->isOpen();
 }
@@ -280,7 +367,7 @@ ZResult XMLWriter::writeDeclaration() {
 }
 
 ZResult XMLWriter::startElement(const char* name, ElementFormat format) try {
-  if (!isOpen()) return zob::kInvalidState;
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
   if (!name || !*name) return zob::kInvalidArgument;
   if (format < kFormatInline || format > kFormatIndentedBlock) return zob::kInvalidArgument;
   Data& d = *d_;
@@ -303,7 +390,7 @@ ZResult XMLWriter::startElement(const char* name, ElementFormat format) try {
 }
 
 ZResult XMLWriter::endElement() {
-  if (!isOpen()) return zob::kInvalidState;
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
   Data& d = *d_;
   if (d.state == Probe::kCData) return zob::kInvalidState;
   if (d.elements.empty()) return invalidState("Empty element stack in end of element.");
@@ -323,7 +410,7 @@ ZResult XMLWriter::endElement() {
 }
 
 ZResult XMLWriter::stringAttribute(const char* name, const char* value) try {
-  if (!isOpen()) return zob::kInvalidState;
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
   if (!name || !*name) return zob::kInvalidArgument;
   Data& d = *d_;
   if (d.state != Probe::kStartTagOpen) return invalidState("Attribute outside start element tag");
@@ -331,13 +418,11 @@ ZResult XMLWriter::stringAttribute(const char* name, const char* value) try {
   d.write(' ');
   d.write(name);
   d.write('=');
-  if (std::strpbrk(value, "<&'")) {
-    d.write(quoteAttrValue(value));
-  } else {
-    d.write('\'');
-    d.write(value);
-    d.write('\'');
-  }
+  // The same bytes as quoteAttrValue(value), which a value without any of
+  // ' & < leaves as it is between the quotes; written without a copy.
+  d.write('\'');
+  d.writeEscaped(value, detail::kAttrSpecial);
+  d.write('\'');
   return d.result();
 } catch (const std::exception&) {
   return zob::kOutOfMemory;
@@ -363,7 +448,7 @@ ZResult XMLWriter::floatAttribute(const char* name, double value) try {
 }
 
 ZResult XMLWriter::characters(const char* text) try {
-  if (!isOpen()) return zob::kInvalidState;
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
   Data& d = *d_;
   if (d.state == Probe::kStartTagOpen) {
     d.markup(">");
@@ -373,10 +458,10 @@ ZResult XMLWriter::characters(const char* text) try {
   if (d.state == Probe::kCData) return cdata(text) ? 1 : 0;
   if (d.state == Probe::kProlog) return invalidState("Character data in prolog.");
   if (text) {
-    if (std::strpbrk(text, "&<>"))
-      d.content(quoteCharData(text));
-    else
-      d.content(text);
+    // quoteCharData(text), written without a copy: a text without any of
+    // & < > goes out as it is.
+    d.writeEscaped(text, detail::kTextSpecial);
+    d.atLineStart = false;
   }
   return d.result();
 } catch (const std::exception&) {
@@ -407,26 +492,26 @@ bool XMLWriter::cdata(const char* text) {
 }
 
 ZResult XMLWriter::startCDATA() {
-  if (!isOpen()) return zob::kInvalidState;
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
   d_->bracketCount = 0;
   d_->content("<![CDATA[");
   return d_->result();
 }
 
 ZResult XMLWriter::endCDATA() {
-  if (!isOpen()) return zob::kInvalidState;
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
   d_->content("]]>");
   return EFAILED(d_->result()) ? 0 : 1;
 }
 
 ZResult XMLWriter::getErrorMessage(char** message) {
   if (!message) return zob::kInvalidArgument;
-  *message = zobStrDup(isOpen() ? d_->errorMessage.c_str() : "XMLWriter not initialized");
+  *message = zobStrDup(d_ && d_->isOpen() ? d_->errorMessage.c_str() : "XMLWriter not initialized");
   return *message ? zob::kOk : zob::kOutOfMemory;
 }
 
 ZResult XMLWriter::flush() {
-  if (!isOpen()) return zob::kInvalidState;
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
   Data& d = *d_;
   if (!d.flushBuffer(true)) d.writeFailed = true;
   if (d.stream) {
@@ -451,7 +536,7 @@ void XMLWriter::setExternalDTD(const std::string& name, const std::string& publi
 }
 
 ZResult XMLWriter::close() {
-  if (!isOpen()) return 1;
+  if (!d_ || !d_->isOpen()) return 1;
   Data& d = *d_;
   d.codecFlags |= kFinalCall;
   if (!d.flushBuffer(false)) d.writeFailed = true;

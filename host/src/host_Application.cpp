@@ -7,7 +7,6 @@ namespace kelp::host {
 zob::Ref<Application> Application::create() {
   zob::Ref<Application> app(new Application);
   app->provideInterface(qor::quv::fw::IApplication2::IID, app->hooks_.get());
-  app->provideInterface(qor::quv::fw::IApplication3::IID, app->keys_.get());
   return app;
 }
 
@@ -16,7 +15,6 @@ Application::~Application() {
   // hold references); they must stop looking up its failures.
   events_->detach();
   hooks_->detach();
-  keys_->detach();
 }
 
 ZResult Application::queryInterface(const char* iid, zob::IUnknown** out) {

@@ -276,7 +276,7 @@ TEST_F(RegDb, KeysFormATree) {
   EXPECT_EQ(readString(reg.get(), b, "x"), "seen");  // both handles name one key
 
   // Without `recursive` only a key without children goes.
-  EXPECT_EQ(reg->deleteKey(r, "a", false), zob::kNotEmpty);
+  EXPECT_EQ(reg->deleteKey(r, "a", false), zob::kKeyNotEmpty);
   int leaf = 0;
   ASSERT_EQ(reg->openKey(b, "m", &leaf), zob::kOk);
   EXPECT_EQ(reg->deleteKey(b, "m", false), zob::kOk);

@@ -99,8 +99,13 @@ TEST(Logger, AssertionText) {
   int tRes = -5;
   EXPECT_TRUE(QUV_ASSERT(app.get(), tRes < 0));
   EXPECT_FALSE(QUV_ASSERT_AT(app.get(), !EFAILED(tRes), 26));
+  const int line = __LINE__ + 1;
+  EXPECT_FALSE(QUV_ASSERT(app.get(), !EFAILED(tRes)));  // reported as written, not expanded
   EXPECT_EQ(log->texts(LogLevel::Debug),
-            std::vector<std::string>{"QUV assertion failed: utl_Logger_test[26]: !EFAILED(tRes)"});
+            (std::vector<std::string>{
+                "QUV assertion failed: utl_Logger_test[26]: !EFAILED(tRes)",
+                "QUV assertion failed: utl_Logger_test[" + std::to_string(line) +
+                    "]: !EFAILED(tRes)"}));
 }
 
 TEST(Logger, QueryErrorNamesBothInterfacesAndTheError) {

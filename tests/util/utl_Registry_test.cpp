@@ -5,9 +5,10 @@
 #include <kelp/util/utl_RegNode.h>
 #include <kelp/util/utl_Registry.h>
 
-#include <fw/fw_IApplication3.h>
+#include <fw/fw_IApplication5.h>
 #include <gtest/gtest.h>
 #include <kelp/host.h>
+#include <kelp/host_app.h>
 #include <zob/zob_factory.h>
 
 #include <climits>
@@ -37,6 +38,9 @@ class RegistryTest : public ::testing::Test {
     if (old) old_ = old;
     setenv("KELP_REGISTRY_DIR", dir_.path().c_str(), 1);
     app_->installLogger(log_.get());
+    props_->setVendorKey("Brindlecraft");
+    props_->setAppKey("kelp");
+    props_->attachTo(*app_);
   }
   void TearDown() override {
     if (hadOld_)
@@ -59,6 +63,7 @@ class RegistryTest : public ::testing::Test {
 
   kelp::test::TempDir dir_;
   zob::Ref<Application> app_ = Application::create();
+  zob::Ref<kelp::host::AppProperties> props_ = kelp::host::AppProperties::create();
   zob::Ref<RecordingLogger> log_ = RecordingLogger::create();
   bool hadOld_ = false;
   std::string old_;
@@ -529,8 +534,8 @@ TEST_F(RegistryTest, ModulesBelowVendorAndProduct) {
 TEST_F(RegistryTest, AppModules) {
   RegNode m = Registry::openCurrentUserAppModule(app_.get(), "Export", false);
   EXPECT_EQ(m.getPath(), "CURRENT_USER/Brindlecraft/kelp/Export");
-  app_->keys()->setVendorKey("Maker");
-  app_->keys()->setApplicationKey("Catalogue");
+  props_->setVendorKey("Maker");
+  props_->setAppKey("Catalogue");
   m = Registry::openLocalMachineAppModule(app_.get(), "Export", false);
   EXPECT_EQ(m.getPath(), "LOCAL_MACHINE/Maker/Catalogue/Export");
   ASSERT_TRUE(m.put("x", 1));
@@ -543,28 +548,29 @@ TEST_F(RegistryTest, AppModules) {
     Strings expected;
   } cases[] = {
       {"vendor key fails",
-       [&] { app_->failRequest("getVendorKey", zob::kNotImplemented); },
+       [&] { props_->failRequest("getVendorKey", zob::kNotImplemented); },
        {"IApplication failed to return vendor key: not implemented"}},
       {"empty vendor key",
-       [&] { app_->keys()->setVendorKey(""); },
+       [&] { props_->setVendorKey(""); },
        {"IApplication returned empty vendor key"}},
       {"application key fails",
-       [&] { app_->failRequest("getApplicationKey", zob::kIOError); },
+       [&] { props_->failRequest("getAppKey", zob::kIOError); },
        {"IApplication failed to return application key: input/output error"}},
       {"empty application key",
-       [&] { app_->keys()->setApplicationKey(""); },
+       [&] { props_->setAppKey(""); },
        {"IApplication returned empty application key"}},
       {"no keys interface",
-       [&] { app_->failRequest(qor::quv::fw::IApplication3::IID, zob::kNoInterface); },
-       {"Can't get interface IDL:qor/quv/fw/IApplication3:1.0 from interface "
+       [&] { app_->failRequest(qor::quv::fw::IApplication5::IID, zob::kNoInterface); },
+       {"Can't get interface IDL:qor/quv/fw/IApplication5:1.0 from interface "
         "IDL:qor/quv/fw/IApplication:1.0: no such interface",
         "IApplication failed to return vendor key: no such interface"}},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
     app_->clearFailures();
-    app_->keys()->setVendorKey("Maker");
-    app_->keys()->setApplicationKey("Catalogue");
+    props_->clearFailures();
+    props_->setVendorKey("Maker");
+    props_->setAppKey("Catalogue");
     c.setup();
     EXPECT_FALSE(Registry::openCurrentUserAppModule(app_.get(), "Export", false).isOpen());
     EXPECT_EQ(messages(), c.expected);

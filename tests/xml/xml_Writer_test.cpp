@@ -5,11 +5,17 @@
 
 #include <gtest/gtest.h>
 #include <kelp/host.h>
+#include <kelp/xml/sax/sax_Attributes.h>
+#include <kelp/xml/sax/sax_DefaultHandler.h>
+#include <kelp/xml/sax/sax_ISInputSource.h>
+#include <kelp/xml/sax/sax_ParseException.h>
+#include <kelp/xml/sax/sax_SimpleXMLReader.h>
 #include <kelp/xml/xml_XMLWriterItfWrapper.h>
 #include <zob/zob_io.h>
 #include <zob/zob_mem.h>
 
 #include <clocale>
+#include <cstring>
 #include <locale>
 #include <sstream>
 #include <string>
@@ -663,4 +669,405 @@ TEST(XMLWriterItfWrapper, DrivesTheRealWriter) {
   EXPECT_TRUE(w.flush());
   EXPECT_EQ(m.text(), std::string(kDecl) +
                           "<price currency='EUR' amount='12.5' qty='3'>net &amp; gross</price>\n");
+}
+
+namespace {
+
+namespace sax = qor::quv::xml::sax;
+
+// One call on the writer, and the reader's view of it: "start name a=v ...",
+// "chars text", "end name".
+struct Call {
+  enum Kind { kStart, kAttr, kInt, kFloat, kText, kEnd } kind;
+  const char* name;
+  const char* value;
+  ElementFormat format;
+  double number;
+};
+
+Call start(const char* name, ElementFormat f) {
+  return {Call::kStart, name, nullptr, f, 0};
+}
+Call attr(const char* name, const char* value) {
+  return {Call::kAttr, name, value, kFormatInline, 0};
+}
+Call number(const char* name, double value, bool isInt) {
+  return {isInt ? Call::kInt : Call::kFloat, name, nullptr, kFormatInline, value};
+}
+Call text(const char* value) {
+  return {Call::kText, nullptr, value, kFormatInline, 0};
+}
+Call end() {
+  return {Call::kEnd, nullptr, nullptr, kFormatInline, 0};
+}
+
+// A catalogue in UTF-8 with markup characters, quotes and text in several
+// scripts; `latin` keeps to characters that ISO-8859-1 has.
+std::vector<Call> catalogueCalls(bool latin) {
+  std::vector<Call> c = {
+      start("catalogue", kFormatIndentedBlock),
+      attr("version", "3.1"),
+      attr("note", "it's <fine> & \"quoted\""),
+      start("article", kFormatIndentedBlock),
+      attr("id", "A-1"),
+      attr("name", "B\xc3\xbcrostuhl"),
+      number("count", -12, true),
+      number("weight", 12.5, false),
+      start("name", kFormatBlock),
+      text("Chaise r\xc3\xa9glable & \xc3\xa9l\xc3\xa9gante <neu>"),
+      end(),
+      start("description", kFormatBlock),
+      text("a "),
+      start("b", kFormatInline),
+      text("bold"),
+      end(),
+      text(" c > d; "),
+      text("\xc2\xa3 5 \xc2\xbd"),
+      end(),
+      start("empty", kFormatInline),
+      end(),
+      end(),
+      start("article", kFormatBlock),
+      attr("id", "A-2"),
+      attr("empty", ""),
+      text("Gr\xc3\xb6\xc3\x9f"
+           "e ]]> \xc3\xbf"),
+      end(),
+  };
+  if (!latin) {
+    c.push_back(start("article", kFormatIndentedBlock));
+    c.push_back(attr("lang", "\xe6\x97\xa5\xe6\x9c\xac"));  // 日本
+    c.push_back(start("name", kFormatBlock));
+    c.push_back(
+        text("\xe3\x82\xaa\xe3\x83\x95\xe3\x82\xa3\xe3\x82\xb9 \xd1\x81\xd1\x82\xd1\x83\xd0\xbb "
+             "\xe2\x82\xac \xf0\x9f\xaa\x91 ok"));  // オフィス стул € 🪑 ok
+    c.push_back(end());
+    c.push_back(end());
+  }
+  c.push_back(end());
+  return c;
+}
+
+// Plays the calls on a writer; every call must succeed.
+void play(IXMLWriter& w, const std::vector<Call>& calls) {
+  for (const Call& c : calls) {
+    ZResult res = zob::kOk;
+    switch (c.kind) {
+      case Call::kStart:
+        res = w.startElement(c.name, c.format);
+        break;
+      case Call::kAttr:
+        res = w.stringAttribute(c.name, c.value);
+        break;
+      case Call::kInt:
+        res = w.intAttribute(c.name, static_cast<int>(c.number));
+        break;
+      case Call::kFloat:
+        res = w.floatAttribute(c.name, c.number);
+        break;
+      case Call::kText:
+        res = w.characters(c.value);
+        break;
+      case Call::kEnd:
+        res = w.endElement();
+        break;
+    }
+    EXPECT_EQ(res, zob::kOk) << (c.name ? c.name : c.value ? c.value : "end");
+  }
+}
+
+// The events that the calls should read back as: attributes collected on
+// their start tag, neighbouring texts as one.
+std::vector<std::string> expectedEvents(const std::vector<Call>& calls) {
+  std::vector<std::string> events;
+  std::vector<std::string> open;
+  bool inStartTag = false;
+  for (const Call& c : calls) {
+    switch (c.kind) {
+      case Call::kStart:
+        events.push_back(std::string("start ") + c.name);
+        open.push_back(c.name);
+        inStartTag = true;
+        break;
+      case Call::kAttr:
+        events.back() += std::string(" ") + c.name + "=" + c.value;
+        break;
+      case Call::kInt:
+        events.back() +=
+            std::string(" ") + c.name + "=" + std::to_string(static_cast<int>(c.number));
+        break;
+      case Call::kFloat: {
+        std::ostringstream s;
+        s << c.number;  // the plain numbers used format alike everywhere
+        events.back() += std::string(" ") + c.name + "=" + s.str();
+        break;
+      }
+      case Call::kText:
+        if (!inStartTag && !events.empty() && events.back().rfind("chars ", 0) == 0)
+          events.back() += c.value;
+        else
+          events.push_back(std::string("chars ") + c.value);
+        inStartTag = false;
+        break;
+      case Call::kEnd:
+        events.push_back("end " + open.back());
+        open.pop_back();
+        inStartTag = false;
+        break;
+    }
+  }
+  return events;
+}
+
+// Records what the reader reports, joining neighbouring character data and
+// leaving out the line breaks and indentation between elements.
+class EventRecorder : public sax::DefaultHandler {
+ public:
+  std::vector<std::string> events;
+
+  bool startElement(const char*, const char*, const char* qName,
+                    const sax::Attributes& attrs) override {
+    endText();
+    std::string e = std::string("start ") + qName;
+    for (int i = 0; i < attrs.getLength(); ++i)
+      e += std::string(" ") + attrs.getQName(i) + "=" + attrs.getValue(i);
+    events.push_back(e);
+    return true;
+  }
+  bool endElement(const char*, const char*, const char* qName) override {
+    endText();
+    events.push_back(std::string("end ") + qName);
+    return true;
+  }
+  bool characters(const char* chars) override {
+    text_ += chars;
+    return true;
+  }
+  bool fatalError(const sax::SAXParseException& e) override {
+    events.push_back("fatal " + e.getMessage());
+    return false;
+  }
+  void endText() {
+    if (text_.find_first_not_of(" \t\n") != std::string::npos) events.push_back("chars " + text_);
+    text_.clear();
+  }
+
+ private:
+  std::string text_;
+};
+
+std::vector<std::string> readBack(const std::string& bytes) {
+  EventRecorder rec;
+  sax::SimpleXMLReader reader(nullptr);
+  reader.setContentHandler(&rec);
+  reader.setErrorHandler(&rec);
+  reader.setFeature(sax::SimpleXMLReader::Namespaces, false);
+  reader.setFeature(sax::SimpleXMLReader::UseUTF8, true);
+  zob::Ref<zob::io::IInputStream> stream;
+  EXPECT_EQ(zobCreateMemoryInputStream(bytes.data(), bytes.size(), false, stream.out()), zob::kOk);
+  sax::ISInputSource source("", "written.xml", stream.get());
+  EXPECT_TRUE(reader.parse(&source));
+  return rec.events;
+}
+
+std::string writeAll(const std::vector<Call>& calls, const std::string& encoding) {
+  MemWriter m;
+  m.w->setEncoding(encoding);
+  play(*m.w, calls);
+  return m.closed();
+}
+
+// Removes every character beyond U+00FF from UTF-8 text.
+std::string latinOnly(const std::string& s) {
+  std::string out;
+  for (std::size_t i = 0; i < s.size();) {
+    unsigned char c = static_cast<unsigned char>(s[i]);
+    std::size_t n = c < 0x80 ? 1 : c < 0xe0 ? 2 : c < 0xf0 ? 3 : 4;
+    if (n == 1 || c == 0xc2 || c == 0xc3) out.append(s, i, n);
+    i += n;
+  }
+  return out;
+}
+
+}  // namespace
+
+TEST(XMLWriterRoundTrip, EveryEncodingReadsBackToTheSameEvents) {
+  CTypeLocale utf8("C.UTF-8");
+  ASSERT_TRUE(utf8.ok());
+  for (bool latin : {true, false}) {
+    const std::vector<Call> calls = catalogueCalls(latin);
+    const std::vector<std::string> expected = expectedEvents(calls);
+    // "UTF-16" output starts with a byte-order mark, which is how the reader
+    // recognises UTF-16 (the forms without a mark, UTF-16LE and UTF-16BE, it
+    // does not detect).
+    std::vector<std::string> encodings = {"UTF-8", "UTF-16"};
+    if (latin) encodings.push_back("ISO-8859-1");
+    for (const std::string& encoding : encodings) {
+      SCOPED_TRACE(encoding + (latin ? " latin" : " all scripts"));
+      std::string bytes = writeAll(calls, encoding);
+      EXPECT_EQ(readBack(bytes), expected);
+      if (encoding == "UTF-8") {
+        // Nothing to convert: the text is written as it was given.
+        EXPECT_NE(bytes.find("r\xc3\xa9glable &amp; "), std::string::npos);
+        EXPECT_NE(bytes.find("note='it&apos;s &lt;fine> &amp; \"quoted\"'"), std::string::npos);
+      }
+      if (encoding == "ISO-8859-1") {
+        EXPECT_NE(bytes.find("r\xe9glable"), std::string::npos);
+      }
+      if (encoding == "UTF-16") {
+        ASSERT_GE(bytes.size(), 2u);  // a byte-order mark in either order
+        EXPECT_TRUE(bytes.compare(0, 2, "\xfe\xff") == 0 || bytes.compare(0, 2, "\xff\xfe") == 0);
+      }
+    }
+  }
+}
+
+TEST(XMLWriterRoundTrip, UnconvertibleCharactersAreLostAndTheDocumentStillWritten) {
+  CTypeLocale utf8("C.UTF-8");
+  ASSERT_TRUE(utf8.ok());
+  const std::vector<Call> calls = catalogueCalls(false);
+  std::vector<std::string> expected = expectedEvents(calls);
+  for (std::string& e : expected) e = latinOnly(e);
+  std::string bytes = writeAll(calls, "ISO-8859-1");
+  EXPECT_EQ(readBack(bytes), expected);
+  // The Japanese and Cyrillic letters, the euro sign and the chair are gone
+  // byte by byte; the spaces between them stay.
+  EXPECT_NE(bytes.find("<name>    ok</name>"), std::string::npos);
+  EXPECT_NE(bytes.find("lang=''"), std::string::npos);
+}
+
+namespace {
+
+// An output stream that keeps every write apart.
+class ChunkStream final : public kelp::host::Object<zob::io::IOutputStream> {
+ public:
+  ZResult write(const void* data, std::size_t size, std::size_t* count) override {
+    chunks.emplace_back(static_cast<const char*>(data), size);
+    if (count) *count = size;
+    return zob::kOk;
+  }
+  ZResult flush() override { return zob::kOk; }
+  std::string all() const {
+    std::string s;
+    for (const std::string& c : chunks) s += c;
+    return s;
+  }
+  std::vector<std::string> chunks;
+};
+
+// A writer that sees the attribute calls that the number attributes make.
+class SpyWriter : public XMLWriter {
+ public:
+  using XMLWriter::XMLWriter;
+  ZResult stringAttribute(const char* name, const char* value) override {
+    seen.push_back(std::string(name) + "=" + value);
+    return XMLWriter::stringAttribute(name, value);
+  }
+  std::vector<std::string> seen;
+};
+
+}  // namespace
+
+TEST(XMLWriter, NumberAttributesGoThroughTheStringAttributeOperation) {
+  zob::Ref<IMemoryOutputStream> mem;
+  ASSERT_EQ(zobCreateMemoryOutputStream(mem.out()), zob::kOk);
+  zob::Ref<SpyWriter> w(new SpyWriter(mem.get(), 2));
+  w->startElement("e", kFormatInline);
+  EXPECT_EQ(w->intAttribute("i", 7), zob::kOk);
+  EXPECT_EQ(w->floatAttribute("f", 0.25), zob::kOk);
+  EXPECT_EQ(w->seen, (std::vector<std::string>{"i=7", "f=0.25"}));
+}
+
+TEST(XMLWriter, AFullBufferNeverSplitsAUTF8SequenceBetweenWrites) {
+  CTypeLocale utf8("C.UTF-8");
+  ASSERT_TRUE(utf8.ok());
+  // Each offset puts a different byte of the sequences at the buffer's end.
+  const std::string sequences[] = {"\xc3\xa9", "\xe2\x82\xac", "\xf0\x9f\xaa\x91"};
+  for (const std::string& seq : sequences) {
+    for (std::size_t offset = 0; offset < seq.size(); ++offset) {
+      SCOPED_TRACE(testing::Message() << seq.size() << " bytes, offset " << offset);
+      zob::Ref<ChunkStream> s(new ChunkStream);
+      zob::Ref<XMLWriter> w(new XMLWriter(s.get(), 2));
+      w->startElement("t", kFormatInline);
+      std::string text(offset, 'x');
+      while (text.size() < 3 * XMLWriterProbe::kBufferSize) text += seq;
+      EXPECT_EQ(w->characters(text.c_str()), zob::kOk);
+      w->endElement();
+      EXPECT_EQ(w->close(), zob::kOk);
+      EXPECT_EQ(s->all(), std::string(kDecl) + "<t>" + text + "</t>");
+      ASSERT_GE(s->chunks.size(), 3u);
+      for (const std::string& chunk : s->chunks)
+        EXPECT_EQ(detail::incompleteUtf8Tail(chunk.data(), chunk.data() + chunk.size()), 0u);
+    }
+  }
+}
+
+TEST(XMLWriter, IncompleteUTF8TailCountsOnlyAnUnfinishedSequence) {
+  struct Case {
+    const char* bytes;
+    std::size_t tail;
+  } cases[] = {
+      {"", 0},
+      {"abc", 0},
+      {"a\xc3", 1},
+      {"a\xc3\xa9", 0},
+      {"\xe2\x82", 2},
+      {"\xe2\x82\xac", 0},
+      {"\xf0\x9f\xaa", 3},
+      {"\xf0\x9f\xaa\x91", 0},
+      {"\x80\x80", 0},
+      {"\xe2", 1},
+      {"x\x80\x80\x80\x80", 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.bytes);
+    const std::size_t n = std::strlen(c.bytes);
+    EXPECT_EQ(detail::incompleteUtf8Tail(c.bytes, c.bytes + n), c.tail);
+  }
+}
+
+TEST(XMLWriter, ConversionKeepsACutSequenceAcrossFlushAndDrainsAtClose) {
+  CTypeLocale utf8("C.UTF-8");
+  ASSERT_TRUE(utf8.ok());
+  {
+    MemWriter m;
+    m.w->setEncoding("ISO-8859-1");
+    m.w->startElement("t", kFormatInline);
+    EXPECT_EQ(m.w->characters("a\xc3"), zob::kOk);
+    const std::string head = "<?xml version='1.0' encoding='ISO-8859-1'?>\n<t>a";
+    EXPECT_EQ(m.flushed(), head);  // the cut sequence waits for its end
+    EXPECT_EQ(m.w->characters("\xa9"), zob::kOk);
+    m.w->endElement();
+    EXPECT_EQ(m.closed(), head + "\xe9</t>");
+  }
+  {
+    // A stateful charset returns to its initial state only when the
+    // conversion is ended at close.
+    MemWriter m;
+    m.w->setEncoding("ISO-2022-JP");
+    m.w->startElement("t", kFormatInline);
+    m.w->endElement();
+    m.w->characters("\xe6\x97\xa5");  // after the element: nothing ASCII follows
+    EXPECT_EQ(m.flushed(), "<?xml version='1.0' encoding='ISO-2022-JP'?>\n<t/>\x1b$BF|");
+    EXPECT_EQ(m.closed(), "<?xml version='1.0' encoding='ISO-2022-JP'?>\n<t/>\x1b$BF|\x1b(B");
+  }
+}
+
+TEST(XMLWriter, AStreamThatRefusesConvertedOutputGivesWriteFailures) {
+  CTypeLocale utf8("C.UTF-8");
+  ASSERT_TRUE(utf8.ok());
+  zob::Ref<FailingStream> s(new FailingStream(4));
+  zob::Ref<XMLWriter> w(new XMLWriter(s.get(), 2));
+  w->setEncoding("UTF-16BE");
+  EXPECT_EQ(w->startElement("a", kFormatIndentedBlock), zob::kOk);
+  EXPECT_EQ(w->flush(), zob::kWriteFailure);
+  EXPECT_EQ(s->taken_, std::string("\0<\0?", 4));
+  EXPECT_EQ(XMLWriterProbe::state(*w), XMLWriterProbe::kStartTagOpen);
+  std::string big(2 * XMLWriterProbe::kBufferSize, 'x');
+  EXPECT_EQ(w->characters(big.c_str()), zob::kWriteFailure);
+  EXPECT_EQ(XMLWriterProbe::state(*w), XMLWriterProbe::kContent);
+  EXPECT_EQ(XMLWriterProbe::indent(*w), 2);
+  EXPECT_EQ(w->endElement(), zob::kOk);
+  EXPECT_EQ(errorOf(w.get()), "");
+  EXPECT_EQ(w->close(), zob::kWriteFailure);
 }

@@ -28,7 +28,6 @@
 #include <fw/fw_IAppCloseHook.h>
 #include <fw/fw_IApplication.h>
 #include <fw/fw_IApplication2.h>
-#include <fw/fw_IApplication3.h>
 #include <fw/fw_IEventDispatcher.h>
 #include <fw/fw_IIdleCallout.h>
 #include <fw/fw_ILogger.h>
@@ -227,38 +226,6 @@ class KELP_HOST_API AppHooks final : public Object<qor::quv::fw::IApplication2> 
 };
 
 // ===========================================================================
-// Vendor and application keys (host_AppKeys.cpp)
-// ===========================================================================
-
-/* The application's IApplication3: the vendor key (initially "Brindlecraft")
- * and the application key (initially "kelp") under which settings are kept.
- * Either may be set to any text, the empty one included. The requests
- * "getVendorKey" and "getApplicationKey" can be made to fail through the
- * owning application's failRequest. Any thread. */
-class KELP_HOST_API AppKeys final : public Object<qor::quv::fw::IApplication3> {
- public:
-  static zob::Ref<AppKeys> create(Application* owner = nullptr);
-
-  ZResult getVendorKey(char** out) override;
-  ZResult getApplicationKey(char** out) override;
-
-  void setVendorKey(const std::string& key);
-  void setApplicationKey(const std::string& key);
-
-  /* The owner is going away: failures are no longer looked up. */
-  void detach();
-
- private:
-  explicit AppKeys(Application* owner) : owner_(owner) {}
-  ZResult hand(const char* request, const std::string& key, char** out) const;
-
-  mutable std::mutex mutex_;
-  Application* owner_;
-  std::string vendorKey_{"Brindlecraft"};
-  std::string applicationKey_{"kelp"};
-};
-
-// ===========================================================================
 
 /* The application object. */
 class KELP_HOST_API Application final : public Object<qor::quv::fw::IApplication> {
@@ -307,22 +274,12 @@ class KELP_HOST_API Application final : public Object<qor::quv::fw::IApplication
   /* Asks the close hooks; true when the close goes ahead (no veto). */
   bool close() { return hooks_->runCloseHooks(); }
 
-  // --- Vendor and application keys (host_AppKeys.cpp)
-  //
-  // Every application has an AppKeys object answering queries for
-  // IApplication3 (remove it with provideInterface(IApplication3::IID,
-  // nullptr)).
-
-  /* The application's keys (no reference added). */
-  AppKeys* keys() const { return keys_.get(); }
-
  private:
   Application() = default;
   ~Application() override;
 
   zob::Ref<EventDispatcher> events_{EventDispatcher::create(this)};
   zob::Ref<AppHooks> hooks_{AppHooks::create(this)};
-  zob::Ref<AppKeys> keys_{AppKeys::create(this)};
   std::atomic<bool> dispatcherHidden_{false};
 
   mutable std::mutex mutex_;
@@ -332,5 +289,9 @@ class KELP_HOST_API Application final : public Object<qor::quv::fw::IApplication
 };
 
 }  // namespace kelp::host
+
+// The host's further services, each in a header of its own.
+#include <kelp/host_app.h>
+#include <kelp/host_locale.h>
 
 #endif

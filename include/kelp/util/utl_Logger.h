@@ -55,15 +55,18 @@ KELP_API void _queryInterfaceError(fw::IApplication* app, const char* category,
 #endif
 
 /* Reports a failed condition at the current line; evaluates to the
- * condition's truth so that callers can branch on it. */
-#define QUV_ASSERT(app, cond) QUV_ASSERT_AT(app, cond, __LINE__)
+ * condition's truth so that callers can branch on it. The condition is
+ * reported as written (stringified here, before macro expansion). */
+#define QUV_ASSERT(app, cond) \
+  ((cond) ? true : (QUV_ASSERT_FAILED_((app), #cond, __LINE__), false))
 
 /* The same with an explicit line number: messages whose text callers rely on
  * keep a fixed line. */
-#define QUV_ASSERT_AT(app, cond, line)                                                            \
-  ((cond) ? true                                                                                  \
-          : (::qor::quv::util::_eAssert((app), QUV_LOG_CATEGORY, #cond, QUV_SOURCE_NAME, (line)), \
-             false))
+#define QUV_ASSERT_AT(app, cond, line) \
+  ((cond) ? true : (QUV_ASSERT_FAILED_((app), #cond, (line)), false))
+
+#define QUV_ASSERT_FAILED_(app, text, line) \
+  ::qor::quv::util::_eAssert((app), QUV_LOG_CATEGORY, (text), QUV_SOURCE_NAME, (line))
 
 /* Reports a failed interface query of `object` for `iid` with result `res`. */
 #define QUV_QUERY_FAILED(app, object, iid, res)                                    \

@@ -10,7 +10,7 @@
  * settings under "Brindlecraft/<library key>/<module>" (library key "QUV"
  * unless changed with setQUVRegistryKey), the application's under
  * "<vendor key>/<application key>/<module>" as the application reports them
- * (IApplication3). Opened for writing, missing keys on the way are made.
+ * (IApplication5). Opened for writing, missing keys on the way are made.
  *
  *   RegNode n = Registry::openCurrentUserAppModule(app, "Export", false);
  *   n.put("lastFolder", folder);

@@ -19,7 +19,7 @@
 enum KtzLocaleParam {
   /* The name of the charset of the current locale ("UTF-8",
    * "ANSI_X3.4-1968", "ISO-8859-1" ...), a name the text codecs accept. */
-  kKtzLocaleCodeSet = 1,
+  kKtzLocaleCodeSet = 6,
 };
 
 /* Copies the zero-terminated value of `param` into buffer. Fails with

@@ -152,7 +152,7 @@ class IRegistry : public IUnknown {
   virtual ZResult listKeys(int key, StringList* out) = 0;
   virtual ZResult listValues(int key, StringList* out) = 0;
   /* Deletes the child `name` with its values; a child that has children of
-   * its own needs `recursive`, else zob::kNotEmpty. */
+   * its own needs `recursive`, else zob::kKeyNotEmpty. */
   virtual ZResult deleteKey(int parent, const char* name, bool recursive) = 0;
   virtual ZResult closeKey(int key) = 0;
   /* Moves committed changes of the key's hive from the log into the main

@@ -40,7 +40,15 @@ constexpr ZResult kEndOfStream = code(0x96230028u);
 constexpr ZResult kWouldBlock = code(0x9623000bu);
 constexpr ZResult kBusy = code(0x96230010u);
 constexpr ZResult kCorrupt = code(0x96230030u);
-constexpr ZResult kNotEmpty = code(0x96230031u);
+/* Files and directories. */
+constexpr ZResult kNotDirectory = code(0x96230014u);
+constexpr ZResult kIsDirectory = code(0x96230015u);
+constexpr ZResult kNoSpace = code(0x9623001cu);
+constexpr ZResult kReadOnlyFileSystem = code(0x9623001eu);
+constexpr ZResult kNameTooLong = code(0x96230024u);
+constexpr ZResult kNotEmpty = code(0x96230042u);
+/* A registry key that still has sub-keys. */
+constexpr ZResult kKeyNotEmpty = code(0x96230031u);
 
 /* DOM errors: 0x96260100 plus the W3C DOMException number. */
 constexpr ZResult kDomBase = code(0x96260100u);

@@ -530,7 +530,7 @@ class Registry final : public zob::Adapter<zob::regdb::IRegistry> {
       if (!s.ok()) return s.prepareResult();
       s.bind(1, id);
       int rc = s.step();
-      if (rc == SQLITE_ROW) return zob::kNotEmpty;
+      if (rc == SQLITE_ROW) return zob::kKeyNotEmpty;
       if (rc != SQLITE_DONE) return sqliteResult(rc);
     }
     static const char* const kDeletes[] = {

@@ -1,0 +1,42 @@
+// Document fragments: parentless containers of nodes.
+#define QUV_SOURCE_NAME "dom_DocumentFragment"
+#include <kelp/xml/dom/dom_DocumentFragment.h>
+
+#include <new>
+
+#include "dom_Node_impl.h"
+
+namespace qor::quv::xml::dom {
+
+DocumentFragment::DocumentFragment(const util::WeakRefBase& document) : Node(document) {}
+
+DocumentFragment::~DocumentFragment() = default;
+
+ZResult DocumentFragment::queryInterface(const char* iid, zob::IUnknown** out) {
+  if (out && zobCompareIID(iid, IDomDocumentFragment::IID)) {
+    *out = static_cast<IDomDocumentFragment*>(this);
+    nodeAddRef();
+    return zob::kOk;
+  }
+  return Node::queryInterface(iid, out);
+}
+
+bool DocumentFragment::mayInsertNode(Node* child) const {
+  switch (child ? child->getNodeType() : 0) {
+    case kElementNode:
+    case kTextNode:
+    case kCDATASectionNode:
+    case kEntityReferenceNode:
+    case kProcessingInstructionNode:
+    case kCommentNode:
+      return true;
+    default:
+      return false;
+  }
+}
+
+zob::Ref<Node> DocumentFragment::cloneShallow(const util::WeakRefBase& document) const {
+  return zob::Ref<Node>(new (std::nothrow) DocumentFragment(document));
+}
+
+}  // namespace qor::quv::xml::dom

@@ -1,0 +1,596 @@
+// The node base: reference counting, links, child editing, navigation,
+// writing, copying and normalising.
+#define QUV_SOURCE_NAME "dom_Node"
+#include <kelp/xml/dom/dom_Node.h>
+
+#include <cstdlib>
+
+#include <kelp/xml/dom/dom_AttrNodeMap.h>
+#include <kelp/xml/dom/dom_CharacterData.h>
+#include <kelp/xml/dom/dom_ChildNodeList.h>
+#include <kelp/xml/dom/dom_Document.h>
+#include <ktz/ktz_atomic.h>
+#include <zob/zob_mem.h>
+
+#include "dom_Node_impl.h"
+
+namespace qor::quv::xml::dom {
+
+namespace {
+
+// Nodes whose count fell to zero while another node was being freed on this
+// thread wait here, linked through their parent field, so that freeing a
+// tree never recurses: a parent frees its children by queueing them.
+// The initial-exec model spares the library a lookup call per access.
+__attribute__((tls_model("initial-exec"))) thread_local Node* tPending = nullptr;
+__attribute__((tls_model("initial-exec"))) thread_local bool tDraining = false;
+
+}  // namespace
+
+Node::Node(const util::WeakRefBase& document)
+    : refs_(0),
+      doc_(document),
+      parent_(nullptr),
+      firstChild_(nullptr),
+      lastChild_(nullptr),
+      prev_(nullptr),
+      next_(nullptr),
+      childList_(nullptr) {}
+
+Node::~Node() = default;
+
+std::uint32_t Node::nodeAddRef() {
+  return static_cast<std::uint32_t>(ktzAtomicIncrement(&refs_));
+}
+
+std::uint32_t Node::nodeRelease() {
+  std::int32_t left = ktzAtomicDecrement(&refs_);
+  if (left < 0) std::abort();  // released more often than referenced
+  if (left == 0) destroy(this);
+  return static_cast<std::uint32_t>(left);
+}
+
+std::int32_t Node::getRefCount() const {
+  return __atomic_load_n(&refs_, __ATOMIC_SEQ_CST);
+}
+
+void Node::destroy(Node* node) {
+  node->parent_ = tPending;
+  tPending = node;
+  if (tDraining) return;
+  tDraining = true;
+  while (Node* n = tPending) {
+    tPending = n->parent_;
+    n->parent_ = nullptr;
+    n->releaseOwned();
+    delete n;
+  }
+  tDraining = false;
+}
+
+void Node::releaseOwned() {
+  if (ChildNodeList* list = childList_) {
+    childList_ = nullptr;
+    list->detach();
+    list->release();
+  }
+  // From the last child backwards: each release frees at most one node, as
+  // its next sibling is already gone.
+  Node* c = lastChild_;
+  while (c && c != firstChild_) {
+    Node* prev = c->prev_;
+    c->parent_ = nullptr;
+    c->prev_ = nullptr;
+    prev->next_ = nullptr;
+    c->release();
+    c = prev;
+  }
+  lastChild_ = nullptr;
+  if (Node* first = firstChild_) {
+    firstChild_ = nullptr;
+    first->parent_ = nullptr;
+    first->release();
+  }
+  if (Node* next = next_) {
+    next_ = nullptr;
+    next->prev_ = nullptr;
+    next->release();
+  }
+  prev_ = nullptr;
+}
+
+ZResult Node::queryInterface(const char* iid, zob::IUnknown** out) {
+  if (!out) return zob::kInvalidArgument;
+  zob::IUnknown* found = nullptr;
+  if (zobCompareIID(iid, zob::IUnknown::IID) || zobCompareIID(iid, IDomNode::IID))
+    found = static_cast<IDomNode*>(this);
+  else if (zobCompareIID(iid, IDomNodeExt::IID))
+    found = static_cast<IDomNodeExt*>(this);
+  else if (zobCompareIID(iid, IDomNodeQUVInternal::IID))
+    found = static_cast<IDomNodeQUVInternal*>(this);
+  *out = found;
+  if (!found) return zob::kNoInterface;
+  nodeAddRef();
+  return zob::kOk;
+}
+
+Node* Node::fromInterface(zob::IUnknown* object) {
+  if (!object) return nullptr;
+  zob::Ref<IDomNodeQUVInternal> internal;
+  if (EFAILED(zob::query(object, internal))) return nullptr;
+  Node* node = nullptr;
+  if (EFAILED(internal->getNativeNode(&node))) return nullptr;
+  return node;
+}
+
+ZResult Node::nodeOut(Node* node, IDomNode** out) {
+  if (!out) return zob::kInvalidArgument;
+  *out = node;
+  if (node) node->nodeAddRef();
+  return zob::kOk;
+}
+
+// ---- IDomNode ----------------------------------------------------------------
+
+ZResult Node::getNodeName(char** name) {
+  return detail::copyOut(getNodeName(), name);
+}
+
+ZResult Node::getNodeValue(char** value) {
+  if (!value) return zob::kInvalidArgument;
+  switch (getNodeType()) {
+    case kAttributeNode:
+    case kTextNode:
+    case kCDATASectionNode:
+      return detail::copyOut(getNodeValue(), value);
+    default:
+      *value = nullptr;
+      return zob::kOk;
+  }
+}
+
+ZResult Node::setNodeValue(const char*) {
+  return zob::kDomNoModificationAllowed;
+}
+
+ZResult Node::getNodeType(int* type) {
+  if (!type) return zob::kInvalidArgument;
+  *type = getNodeType();
+  return zob::kOk;
+}
+
+ZResult Node::getParentNode(IDomNode** node) {
+  return nodeOut(getParentNode(), node);
+}
+
+ZResult Node::getChildNodes(IDomNodeList** list) {
+  if (!list) return zob::kInvalidArgument;
+  ChildNodeList* l = getChildNodes();
+  *list = l;
+  if (!l) return zob::kOutOfMemory;
+  l->addRef();
+  return zob::kOk;
+}
+
+ZResult Node::getFirstChild(IDomNode** node) {
+  return nodeOut(firstChild_, node);
+}
+
+ZResult Node::getLastChild(IDomNode** node) {
+  return nodeOut(lastChild_, node);
+}
+
+ZResult Node::getPreviousSibling(IDomNode** node) {
+  return nodeOut(prev_, node);
+}
+
+ZResult Node::getNextSibling(IDomNode** node) {
+  return nodeOut(next_, node);
+}
+
+ZResult Node::getAttributes(IDomNamedNodeMap** map) {
+  if (!map) return zob::kInvalidArgument;
+  AttrNodeMap* m = getAttributes();
+  *map = m;
+  if (m) m->addRef();
+  return zob::kOk;
+}
+
+ZResult Node::getOwnerDocument(IDomDocument** document) {
+  if (!document) return zob::kInvalidArgument;
+  Document* doc = getOwnerDocument();
+  *document = doc;
+  if (doc) doc->addRef();
+  return zob::kOk;
+}
+
+ZResult Node::insertBefore(IDomNode* newChild, IDomNode* refChild, IDomNode** result) {
+  if (result) *result = nullptr;
+  if (!newChild || newChild == refChild) return zob::kInvalidArgument;
+  Node* n = fromInterface(newChild);
+  if (!n) return zob::kDomWrongDocument;
+  Node* r = refChild ? fromInterface(refChild) : nullptr;
+  ZResult res = insertBeforeChecked(n, r, refChild && !r);
+  if (!EFAILED(res) && result) nodeOut(n, result);
+  return res;
+}
+
+ZResult Node::replaceChild(IDomNode* newChild, IDomNode* oldChild, IDomNode** result) {
+  if (result) *result = nullptr;
+  if (!newChild || !oldChild || newChild == oldChild) return zob::kInvalidArgument;
+  Node* n = fromInterface(newChild);
+  if (!n) return zob::kDomWrongDocument;
+  Node* o = fromInterface(oldChild);
+  // Keep the old child for the caller: the tree's reference goes with it.
+  zob::Ref<Node> keep(o);
+  ZResult res = replaceChildChecked(n, o, !o);
+  if (!EFAILED(res) && result) nodeOut(o, result);
+  return res;
+}
+
+ZResult Node::removeChild(IDomNode* oldChild, IDomNode** result) {
+  if (result) *result = nullptr;
+  if (!oldChild) return zob::kInvalidArgument;
+  Node* o = fromInterface(oldChild);
+  if (!o) return zob::kDomNotFound;
+  zob::Ref<Node> keep(o);
+  ZResult res = removeChildChecked(o);
+  if (!EFAILED(res) && result) nodeOut(o, result);
+  return res;
+}
+
+ZResult Node::appendChild(IDomNode* newChild, IDomNode** result) {
+  return insertBefore(newChild, nullptr, result);
+}
+
+ZResult Node::hasChildNodes(int* result) {
+  if (!result) return zob::kInvalidArgument;
+  *result = firstChild_ ? 1 : 0;
+  return zob::kOk;
+}
+
+ZResult Node::cloneNode(int deep, IDomNode** result) {
+  if (!result) return zob::kInvalidArgument;
+  zob::Ref<Node> copy = cloneNode(deep != 0);
+  *result = copy.detach();
+  return *result ? zob::kOk : zob::kOutOfMemory;
+}
+
+ZResult Node::isSupported(const char*, const char*, int* result) {
+  if (result) *result = 0;
+  return zob::kNotImplemented;
+}
+
+ZResult Node::getNamespaceURI(char** uri) {
+  if (!uri) return zob::kInvalidArgument;
+  *uri = nullptr;
+  return zob::kOk;
+}
+
+ZResult Node::getPrefix(char** prefix) {
+  if (!prefix) return zob::kInvalidArgument;
+  *prefix = nullptr;
+  return zob::kOk;
+}
+
+ZResult Node::setPrefix(const char*) {
+  return zob::kNotImplemented;
+}
+
+ZResult Node::getLocalName(char** name) {
+  if (!name) return zob::kInvalidArgument;
+  *name = nullptr;
+  return zob::kOk;
+}
+
+ZResult Node::hasAttributes(int* result) {
+  if (!result) return zob::kInvalidArgument;
+  *result = hasAttributes() ? 1 : 0;
+  return zob::kOk;
+}
+
+// ---- IDomNodeQUVInternal -----------------------------------------------------
+
+ZResult Node::getDocumentId(ZobUUID* id) {
+  if (!id) return zob::kInvalidArgument;
+  *id = getDocumentId().get();
+  return zob::kOk;
+}
+
+ZResult Node::getNativeNode(Node** node) {
+  if (!node) return zob::kInvalidArgument;
+  *node = this;
+  return zob::kOk;
+}
+
+// ---- native forms ------------------------------------------------------------
+
+std::string Node::getNodeValue() const {
+  return std::string();
+}
+
+ZResult Node::setNodeValue(const std::string&) {
+  return zob::kDomNoModificationAllowed;
+}
+
+Node* Node::getParentNode() const {
+  return getNodeType() == kAttributeNode ? nullptr : parent_;
+}
+
+ChildNodeList* Node::getChildNodes() {
+  if (!childList_) {
+    childList_ = new (std::nothrow) ChildNodeList(this);
+    if (childList_) childList_->addRef();
+  }
+  return childList_;
+}
+
+AttrNodeMap* Node::getAttributes() {
+  return nullptr;
+}
+
+Document* Node::getOwnerDocument() const {
+  return static_cast<Document*>(doc_.getRef());
+}
+
+bool Node::hasAttributes() const {
+  return false;
+}
+
+util::EUUID Node::getDocumentId() const {
+  Document* doc = getOwnerDocument();
+  return doc ? doc->getId() : util::EUUID();
+}
+
+bool Node::mayInsertNode(Node*) const {
+  return false;
+}
+
+bool Node::isChild(const Node* node) const {
+  return node && node->parent_ == this && node->getNodeType() != kAttributeNode;
+}
+
+bool Node::sameDocument(const Node* other) const {
+  // Nodes made by one document share its weak reference block.
+  if (other->doc_.getData() == doc_.getData()) return true;
+  util::EUUID theirs = other->getDocumentId();
+  return theirs.isNull() || theirs.compare(getDocumentId()) == 0;
+}
+
+bool Node::needsAdoption(const Node* other) const {
+  return other->doc_.getData() != doc_.getData() && !doc_.isNull() && other->doc_.isNull();
+}
+
+void Node::linkBefore(Node* child, Node* ref) {
+  child->nodeAddRef();
+  child->parent_ = this;
+  if (!ref) {
+    child->prev_ = lastChild_;
+    if (lastChild_)
+      lastChild_->next_ = child;
+    else
+      firstChild_ = child;
+    lastChild_ = child;
+    return;
+  }
+  // The child takes over the reference that owned `ref`.
+  Node* prev = ref->prev_;
+  child->next_ = ref;
+  child->prev_ = prev;
+  ref->prev_ = child;
+  if (prev)
+    prev->next_ = child;
+  else
+    firstChild_ = child;
+}
+
+Node* Node::unlink(Node* child) {
+  Node* prev = child->prev_;
+  Node* next = child->next_;
+  // The reference that owned `child` now owns `next`.
+  if (prev)
+    prev->next_ = next;
+  else
+    firstChild_ = next;
+  if (next)
+    next->prev_ = prev;
+  else
+    lastChild_ = prev;
+  child->next_ = nullptr;
+  child->prev_ = nullptr;
+  child->parent_ = nullptr;
+  return child;
+}
+
+ZResult Node::insertBeforeChecked(Node* newChild, Node* refChild, bool refIsForeign) {
+  if (!newChild || newChild == refChild) return zob::kInvalidArgument;
+  if (!sameDocument(newChild)) return zob::kDomWrongDocument;
+  if (!mayInsertNode(newChild) || newChild == this) return zob::kDomHierarchyRequest;
+  // Only a node with children can be an ancestor of this one.
+  if (newChild->firstChild_) {
+    for (const Node* a = parent_; a; a = a->parent_)
+      if (a == newChild) return zob::kDomHierarchyRequest;
+  }
+  if (refIsForeign || (refChild && !isChild(refChild))) return zob::kDomNotFound;
+
+  if (newChild->getNodeType() == kDocumentFragmentNode) {
+    for (Node* c = newChild->firstChild_; c; c = c->next_)
+      if (!mayInsertNode(c)) return zob::kDomHierarchyRequest;
+    while (Node* c = newChild->firstChild_) {
+      newChild->unlink(c);
+      linkBefore(c, refChild);
+      c->nodeRelease();  // the reference of the fragment's list
+    }
+    return zob::kOk;
+  }
+
+  if (needsAdoption(newChild)) adoptSubtree(newChild, doc_);
+  if (Node* oldParent = newChild->parent_) {
+    oldParent->unlink(newChild);
+    linkBefore(newChild, refChild);
+    newChild->nodeRelease();  // the old parent's reference
+  } else {
+    linkBefore(newChild, refChild);
+  }
+  return zob::kOk;
+}
+
+ZResult Node::replaceChildChecked(Node* newChild, Node* oldChild, bool oldIsForeign) {
+  if (!newChild || (!oldChild && !oldIsForeign) || newChild == oldChild)
+    return zob::kInvalidArgument;
+  ZResult res = insertBeforeChecked(newChild, oldChild, oldIsForeign);
+  if (EFAILED(res)) return res;
+  unlink(oldChild)->nodeRelease();
+  return zob::kOk;
+}
+
+ZResult Node::removeChildChecked(Node* oldChild) {
+  if (!oldChild) return zob::kInvalidArgument;
+  if (!isChild(oldChild)) return zob::kDomNotFound;
+  unlink(oldChild)->nodeRelease();
+  return zob::kOk;
+}
+
+Node* Node::insertBefore(Node* newChild, Node* refChild) {
+  return EFAILED(insertBeforeChecked(newChild, refChild)) ? nullptr : newChild;
+}
+
+Node* Node::appendChild(Node* newChild) {
+  return insertBefore(newChild, nullptr);
+}
+
+zob::Ref<Node> Node::replaceChild(Node* newChild, Node* oldChild) {
+  zob::Ref<Node> keep(oldChild);
+  if (EFAILED(replaceChildChecked(newChild, oldChild))) return {};
+  return keep;
+}
+
+zob::Ref<Node> Node::removeChild(Node* oldChild) {
+  zob::Ref<Node> keep(oldChild);
+  if (EFAILED(removeChildChecked(oldChild))) return {};
+  return keep;
+}
+
+void Node::adoptDocument(const util::WeakRefBase& document) {
+  doc_ = document;
+}
+
+// ---- copying -----------------------------------------------------------------
+
+zob::Ref<Node> Node::cloneNode(bool deep) const {
+  zob::Ref<Node> top = cloneShallow(doc_);
+  if (!top || !deep) return top;
+  // The copy of a document is a new document: the copies of the children
+  // belong to it.
+  const util::WeakRefBase& target = top->doc_;
+  const Node* src = firstChild_;
+  Node* dstParent = top.get();
+  while (src) {
+    zob::Ref<Node> copy = src->cloneShallow(target);
+    if (!copy) return {};
+    dstParent->linkBefore(copy.get(), nullptr);
+    if (src->firstChild_) {
+      dstParent = copy.get();
+      src = src->firstChild_;
+      continue;
+    }
+    while (src != this && !src->next_) {
+      src = src->parent_;
+      dstParent = dstParent->parent_;
+    }
+    if (src == this) break;
+    src = src->next_;
+  }
+  return top;
+}
+
+// ---- normalising -------------------------------------------------------------
+
+ZResult Node::normalize() {
+  Node* cur = this;
+  for (;;) {
+    // The collector is the first text child; it is not reset at elements.
+    CharacterData* collector = nullptr;
+    for (Node* c = cur->firstChild_; c;) {
+      Node* next = c->next_;
+      int type = c->getNodeType();
+      if (type == kTextNode || type == kCDATASectionNode) {
+        CharacterData* text = static_cast<CharacterData*>(c);
+        if (!collector) {
+          collector = text;
+        } else {
+          collector->appendData(text->getData());
+          cur->unlink(c)->nodeRelease();
+        }
+      }
+      c = next;
+    }
+    if (cur->firstChild_) {
+      cur = cur->firstChild_;
+      continue;
+    }
+    while (cur != this && !cur->next_) cur = cur->parent_;
+    if (cur == this) break;
+    cur = cur->next_;
+  }
+  return zob::kOk;
+}
+
+// ---- writing -----------------------------------------------------------------
+
+ZResult Node::writeStart(IXMLWriter*) {
+  return zob::kOk;
+}
+
+ZResult Node::writeEnd(IXMLWriter*) {
+  return zob::kOk;
+}
+
+ZResult Node::write(IXMLWriter* writer) {
+  if (!writer) return zob::kInvalidArgument;
+  Node* cur = this;
+  for (;;) {
+    ZResult res = cur->writeStart(writer);
+    if (EFAILED(res)) return res;
+    if (cur->firstChild_) {
+      cur = cur->firstChild_;
+      continue;
+    }
+    for (;;) {
+      res = cur->writeEnd(writer);
+      if (EFAILED(res)) return res;
+      if (cur == this) return zob::kOk;
+      if (cur->next_) {
+        cur = cur->next_;
+        break;
+      }
+      cur = cur->parent_;
+    }
+  }
+}
+
+namespace detail {
+
+ZResult copyOut(const std::string& text, char** out) {
+  if (!out) return zob::kInvalidArgument;
+  *out = zobStrNDup0(text.data(), text.size());
+  return *out ? zob::kOk : zob::kOutOfMemory;
+}
+
+}  // namespace detail
+
+void Node::adoptSubtree(Node* root, const util::WeakRefBase& document) {
+  Node* cur = root;
+  for (;;) {
+    cur->adoptDocument(document);
+    if (cur->firstChild_) {
+      cur = cur->firstChild_;
+      continue;
+    }
+    while (cur != root && !cur->next_) cur = cur->parent_;
+    if (cur == root) return;
+    cur = cur->next_;
+  }
+}
+
+}  // namespace qor::quv::xml::dom
