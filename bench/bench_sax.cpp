@@ -196,9 +196,9 @@ std::string makeEntities(size_t target) {
   for (int i = 0; i < kEntities; ++i) {
     d += "<!ENTITY e" + std::to_string(i) + " \"";
     if (i >= 100 && i % 2 == 0) d += "&e" + std::to_string(r.below(100)) + "; ";
-    WORDS(d, r, kWordsDe, 3);
+    words(d, r, kWordsDe, 3);
     d += " &#233; ";
-    WORDS(d, r, kWordsEn, 2);
+    words(d, r, kWordsEn, 2);
     d += "\">\n";
   }
   d += "]>\n<catalogue>\n";

@@ -605,10 +605,6 @@ struct SimpleXMLReader::Data {
                                                  {"gt", '>', false},
                                                  {"apos", '\'', false},
                                                  {"quot", '"', false}};
-    // A name of the HTML 4 set counts as a reference to its character.
-    if (html4Entities) {
-      if (unsigned int cp = HTML4Entities::lookup(name)) return deliverCodePoint(where, cp, out);
-    }
     for (const Predefined& p : kPredefined) {
       if (std::strcmp(name, p.name) != 0) continue;
       bool asReference = p.asReference || (where == RefContext::AttributeValue && quote == p.c);
