@@ -10,6 +10,8 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -23,6 +25,7 @@
 #include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/sax/sax_Locator.h>
 #include <kelp/xml/sax/sax_ParseException.h>
+#include <kelp/xml/sax/sax_SimpleInputSource.h>
 #include <kelp/xml/sax/sax_StackedInputSource.h>
 #include <ktz/ktz_codec.h>
 #include <ktz/ktz_locale.h>
@@ -52,10 +55,88 @@ constexpr char kCData[] = "CDATA";
 constexpr char kNameExpected[] = "syntax error (name expected)";
 constexpr char kSpaceExpected[] = "syntax error (space expected)";
 
+constexpr char kIllegalCharacter[] = "syntax error (illegal character)";
+constexpr char kCrossesEntity[] = "syntax error (markup crosses an entity boundary)";
+constexpr char kExpansionLimit[] = "entity expansion limit exceeded";
+constexpr std::size_t kExpansionCharge = 32;
+
 // Where a reference stands; decides how its replacement is delivered.
-enum class RefContext { Content, AttributeValue };
+enum class RefContext { Content, AttributeValue, EntityValue };
+
+// Character references to code points XML forbids are errors, except for
+// surrogates and values beyond U+10FFFF, which have no form in any output
+// encoding and arrive as "?" like any unconvertible character.
+bool isXmlChar(std::uint32_t c) {
+  if (c < 0x20) return c == '\t' || c == '\n' || c == '\r';
+  return c != 0xFFFE && c != 0xFFFF;
+}
+
+// Reads the replacement text of an internal entity, which it keeps alive.
+class EntityTextSource : public SimpleInputSource {
+ public:
+  EntityTextSource(const std::string& publicId, const std::string& systemId,
+                   SimpleXMLReader::InternalEntity* entity)
+      : SimpleInputSource(publicId, systemId), entity_(entity) {
+    entity_->addRef();
+  }
+  ~EntityTextSource() override { entity_->release(); }
+  bool setEncoding(const char*, const char*) override { return true; }
+  int fetch(char* buffer, std::size_t size) override {
+    const std::string& t = entity_->getReplacementText();
+    std::size_t n = t.size() - at_;
+    if (n > size) n = size;
+    std::memcpy(buffer, t.data() + at_, n);
+    at_ += n;
+    return static_cast<int>(n);
+  }
+
+ private:
+  SimpleXMLReader::InternalEntity* entity_;
+  std::size_t at_ = 0;
+};
+
+bool isPublicIdChar(int c) {
+  if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')) return true;
+  return c == ' ' || c == '\n' || c == '\r' || (c > 0 && std::strchr("-'()+,./:=?;!*#@$_%", c));
+}
 
 }  // namespace
+
+// ---- entities ---------------------------------------------------------------
+
+SimpleXMLReader::Entity::Entity(const std::string& name) : name_(name) {}
+SimpleXMLReader::Entity::~Entity() = default;
+const std::string& SimpleXMLReader::Entity::getName() const {
+  return name_;
+}
+void SimpleXMLReader::Entity::addRef() {
+  ++refs_;
+}
+void SimpleXMLReader::Entity::release() {
+  if (--refs_ <= 0) delete this;
+}
+
+SimpleXMLReader::InternalEntity::InternalEntity(const std::string& name,
+                                                const std::string& replacementText)
+    : Entity(name), text_(replacementText) {}
+const std::string& SimpleXMLReader::InternalEntity::getReplacementText() const {
+  return text_;
+}
+
+SimpleXMLReader::ExternalEntity::ExternalEntity(const std::string& name,
+                                                const std::string& publicId,
+                                                const std::string& systemId,
+                                                const std::string& notation)
+    : Entity(name), publicId_(publicId), systemId_(systemId), notation_(notation) {}
+const std::string& SimpleXMLReader::ExternalEntity::getPublicId() const {
+  return publicId_;
+}
+const std::string& SimpleXMLReader::ExternalEntity::getSystemId() const {
+  return systemId_;
+}
+const std::string& SimpleXMLReader::ExternalEntity::getNotation() const {
+  return notation_;
+}
 
 struct SimpleXMLReader::Data {
   Data(SimpleXMLReader* r, fw::IApplication* a) : reader(r), app(a), scratch(8192) {}
@@ -122,10 +203,20 @@ struct SimpleXMLReader::Data {
     void* mark;       // scratch position before the element's strings
     size_t bindings;  // bindings in force before the element
     size_t qLength;
+    unsigned entity;  // the entity in which the start tag stands
   };
   std::vector<Open> open;
 
-  ~Data() { closeCodec(); }
+  // Declared entities, parameter entities under "%" and their name; each
+  // holds one reference. Kept from document to document.
+  std::unordered_map<std::string, Entity*> entities;
+  EntityLimits limits;
+  EntityCounters counters;
+
+  ~Data() {
+    closeCodec();
+    for (auto& e : entities) e.second->release();
+  }
 
   void closeCodec() {
     if (utf32Codec) ktzCloseTextCodec(utf32Codec);
@@ -152,6 +243,8 @@ struct SimpleXMLReader::Data {
     errors->fatalError(ex);  // its answer changes nothing: the parse stops
     return false;
   }
+  // After scanText returned a negative result.
+  bool scanEnd(int c) { return c == -1 ? endOfInput() : false; }
   bool endOfInput() { return fatal(input->error() ? "read error" : "unexpected end of input"); }
   bool expected(const char* what) {
     return fatal(std::string("syntax error ('%1' expected)") << what);
@@ -224,9 +317,12 @@ struct SimpleXMLReader::Data {
   }
 
   // Appends input to out up to the next byte of class stop other than CR and
-  // LF; CR LF and a lone CR arrive as LF. Returns that byte, not taken, or -1
-  // at the end of input.
+  // LF; CR LF and a lone CR arrive as LF. Returns that byte, not taken, -1
+  // at the end of input, or -2 after reporting a forbidden character.
   int scanText(std::uint16_t stop, std::string& out) {
+    // UTF-8 output is the input's own bytes: the characters that XML
+    // forbids and a decoder would not have let through are looked for here.
+    if (useUtf8) stop |= detail::kUtf8Check;
     for (;;) {
       if (cur.p == cur.e && !cur.fill()) return -1;
       const char* s = cur.p;
@@ -257,6 +353,16 @@ struct SimpleXMLReader::Data {
           ++p;
           continue;
         }
+        if (scanClass(*p) & (detail::kUtf8Check | detail::kForbidden)) [[unlikely]] {
+          if (!(scanClass(*p) & detail::kForbidden) && !forbiddenUtf8(p, e)) {
+            ++p;
+            continue;
+          }
+          out.append(s, static_cast<size_t>(p - s));
+          cur.p = p;
+          fatal(kIllegalCharacter);
+          return -2;
+        }
         if (*p == '\r') {
           out.append(s, static_cast<size_t>(p - s));
           out += '\n';
@@ -274,6 +380,18 @@ struct SimpleXMLReader::Data {
       out.append(s, static_cast<size_t>(p - s));
       cur.p = p;
     }
+  }
+
+  // Does [p, e) start with an encoded surrogate, U+FFFE, U+FFFF or a code
+  // point beyond U+10FFFF? A
+  // sequence cut by the end of the window is let through.
+  static bool forbiddenUtf8(const char* p, const char* e) {
+    auto b = [p](int i) { return static_cast<unsigned char>(p[i]); };
+    if (b(0) >= 0xF5) return true;
+    if (e - p < 3) return false;
+    if (b(0) == 0xF4) return b(1) >= 0x90;
+    if (b(0) == 0xED) return b(1) >= 0xA0 && b(1) <= 0xBF;
+    return b(1) == 0xBF && (b(2) == 0xBE || b(2) == 0xBF);
   }
 
   char* scratchCopy(const char* s, size_t n) {
@@ -312,7 +430,8 @@ struct SimpleXMLReader::Data {
   // Reads an attribute value after its opening quote, resolving references;
   // the result lives in the scratch allocator. Null after a reported error.
   const char* readAttributeValue(char quote) {
-    const std::uint16_t stop = quote == '"' ? detail::kAttrDqStop : detail::kAttrSqStop;
+    const std::uint16_t stop = (quote == '"' ? detail::kAttrDqStop : detail::kAttrSqStop) |
+                               (useUtf8 ? detail::kUtf8Check : 0);
     // The common case: the whole value lies in the window and holds no
     // reference and no line end.
     const char* s = cur.p;
@@ -323,9 +442,16 @@ struct SimpleXMLReader::Data {
       return scratchCopy(s, static_cast<size_t>(p - s));
     }
     value.clear();
+    const std::size_t depth = input->depth();
     for (;;) {
       int c = scanText(stop, value);
-      if (c < 0) return endOfInput(), nullptr;
+      if (c < 0) return scanEnd(c), nullptr;
+      if (c == quote && cur.inEntity && input->depth() > depth) {
+        // A quote from entity text is part of the value.
+        cur.skip();
+        value += quote;
+        continue;
+      }
       cur.skip();
       if (c == quote) break;
       if (c == '<') return fatal("syntax error ('<' not allowed in attribute value)"), nullptr;
@@ -395,6 +521,7 @@ struct SimpleXMLReader::Data {
   // character data, by starting the next run in out); in an attribute value
   // by appending to out.
   bool reference(RefContext where, char quote, std::string& out) {
+    const unsigned entity = currentEntity();
     int c = cur.peek();
     if (c == '#') {
       cur.skip();
@@ -420,6 +547,12 @@ struct SimpleXMLReader::Data {
       if (c < 0) return endOfInput();
       if (c != ';' || digits == 0) return fatal("syntax error (digit or ';' expected)");
       cur.skip();
+      if (!isXmlChar(cp)) return fatal("invalid character reference");
+      if (currentEntity() != entity) return fatal(kCrossesEntity);
+      if (cp == '\r' && where == RefContext::EntityValue) {
+        out += "&#13;";  // kept so that reading the entity does not make it a line end
+        return true;
+      }
       return deliverCodePoint(where, cp, out);
     }
     void* mark = scratch.getAllocBase();
@@ -427,6 +560,7 @@ struct SimpleXMLReader::Data {
     const char* name = readName(&n);
     if (!name) return cur.peek() < 0 ? endOfInput() : fatal(kNameExpected);
     if (!expect(';')) return false;
+    if (currentEntity() != entity) return fatal(kCrossesEntity);
     bool ok = entityReference(where, quote, name, out);
     scratch.setAllocBase(mark);
     return ok;
@@ -443,17 +577,24 @@ struct SimpleXMLReader::Data {
     return content->characters(chars.c_str()) || refused(content);
   }
 
-  // A named reference. The predefined entities stand for short replacement
-  // texts: "&#38;" for amp and "&#60;" for lt, which cannot start markup;
-  // ">" for gt; the quote character itself for apos and quot, or its
-  // character reference inside a value delimited by that quote. They are
-  // expanded in place, exactly as reading those texts would: a character
-  // reference is delivered on its own, a plain character starts the next
-  // run of character data. A name the reader does not know goes to
-  // skippedEntity, in content and in attribute values alike. Declared
-  // entities (read through the input stack) and the HTML 4 set, when they
-  // come, are looked up before the predefined names.
+  // A named reference. Declared entities come first, then (with
+  // html4-entities) the HTML 4 set, then the predefined entities. These
+  // stand for short replacement texts: "&#38;" for amp and "&#60;" for lt,
+  // which cannot start markup; ">" for gt; the quote character itself for
+  // apos and quot, or its character reference inside a value delimited by
+  // that quote. Such a text is read in place, exactly as the input stack
+  // would read it: a character reference is delivered on its own, a plain
+  // character starts the next run of character data. A name the reader does
+  // not know goes to skippedEntity, in content and in attribute values
+  // alike.
   bool entityReference(RefContext where, char quote, const char* name, std::string& out) {
+    if (!entities.empty()) {
+      auto it = entities.find(name);
+      if (it != entities.end()) return pushEntity(where, it->second);
+    }
+    if (html4Entities) {
+      if (unsigned cp = HTML4Entities::lookup(name)) return deliverCodePoint(where, cp, out);
+    }
     struct Predefined {
       const char* name;
       char c;
@@ -464,10 +605,6 @@ struct SimpleXMLReader::Data {
                                                  {"gt", '>', false},
                                                  {"apos", '\'', false},
                                                  {"quot", '"', false}};
-    // A name of the HTML 4 set counts as a reference to its character.
-    if (html4Entities) {
-      if (unsigned int cp = HTML4Entities::lookup(name)) return deliverCodePoint(where, cp, out);
-    }
     for (const Predefined& p : kPredefined) {
       if (std::strcmp(name, p.name) != 0) continue;
       bool asReference = p.asReference || (where == RefContext::AttributeValue && quote == p.c);
@@ -475,7 +612,111 @@ struct SimpleXMLReader::Data {
       out += p.c;
       return true;
     }
+    if (where != RefContext::Content)
+      return fatal(std::string("undeclared entity '%1' in attribute value") << name);
     return content->skippedEntity(name) || refused(content);
+  }
+
+  // Checks the bounds before `length` more bytes of entity text are read
+  // from a new entity. Each expansion also costs a fixed charge, so that
+  // masses of tiny expansions are bounded like their text.
+  bool withinLimits(std::size_t length) {
+    length += kExpansionCharge;
+    std::size_t open = input->depth() - 1;
+    if (open >= limits.maxDepth) return fatal(kExpansionLimit);
+    std::size_t budget = cur.outerBytes * limits.expansionFactor;
+    if (cur.outerBytes && budget / cur.outerBytes != limits.expansionFactor)
+      budget = static_cast<std::size_t>(-1);
+    if (budget < limits.minExpansion) budget = limits.minExpansion;
+    if (length > budget || counters.expandedBytes > budget - length) return fatal(kExpansionLimit);
+    counters.expandedBytes += length;
+    if (open + 1 > counters.deepestNesting) counters.deepestNesting = open + 1;
+    return true;
+  }
+
+  // Each entity read gets a serial number, the document 0; instances holds
+  // those of the sources on the input stack, which drops exhausted ones by
+  // itself. Markup must begin and end in the same entity.
+  std::vector<unsigned> instances;
+  unsigned serial = 0;
+  unsigned currentEntity() {
+    if (serial == 0) return 0;  // no entity read yet in this parse
+    instances.resize(input->depth());
+    return instances.back();
+  }
+  void enterEntity() {
+    instances.resize(input->depth() - 1);
+    instances.push_back(++serial);
+  }
+
+  // Reads a declared entity in place: its source goes on the input stack.
+  bool pushEntity(RefContext where, Entity* entity) {
+    cur.drop();
+    Locator here = input->getLocator();
+    if (auto* internal = dynamic_cast<InternalEntity*>(entity)) {
+      if (!withinLimits(internal->getReplacementText().size())) return false;
+      input->push(new EntityTextSource(here.getPublicId(), here.getSystemId(), internal));
+      enterEntity();
+      return true;
+    }
+    auto* external = dynamic_cast<ExternalEntity*>(entity);
+    if (!external) return content->skippedEntity(entity->getName().c_str()) || refused(content);
+    if (!external->getNotation().empty())
+      return fatal(std::string("reference to unparsed entity '%1'") << entity->getName());
+    if (where == RefContext::AttributeValue)
+      return fatal(std::string("reference to external entity '%1' in attribute value")
+                   << entity->getName());
+    if (!withinLimits(0)) return false;
+    InputSource* source = nullptr;
+    if (!resolver->resolveEntity(external->getPublicId().c_str(), external->getSystemId().c_str(),
+                                 &source)) {
+      delete source;
+      return refused(resolver);
+    }
+    if (!source && !(source = openEntity(external, here))) return false;
+    input->push(source);
+    enterEntity();
+    return externalEntityStart(source);
+  }
+
+  // The source for an external entity that the resolver left to the reader:
+  // the system id as a file path, relative to the referring input's.
+  InputSource* openEntity(ExternalEntity* entity, const Locator& here) {
+    namespace fs = std::filesystem;
+    std::error_code ec;
+    fs::path path(entity->getSystemId());
+    if (path.is_relative() && !here.getSystemId().empty())
+      path = fs::path(here.getSystemId()).parent_path() / path;
+    const std::string file = path.string();
+    struct stat st;
+    if (::stat(file.c_str(), &st) != 0)
+      return fatal(std::string("entity '%1' doesn't exist") << file), nullptr;
+    if (::access(file.c_str(), R_OK) != 0)
+      return fatal(std::string("entity '%1' not readable") << file), nullptr;
+    auto* stream = new std::ifstream(file, std::ios::binary);
+    if (!*stream) {
+      delete stream;
+      return fatal(std::string("failed to open entity '%1'") << file), nullptr;
+    }
+    return new ISInputSource(entity->getPublicId(), file, stream, true);
+  }
+
+  // The byte-order mark and text declaration of an external entity just
+  // pushed, and the encoding they select for it.
+  bool externalEntityStart(InputSource* source) {
+    if (cur.peek() < 0 || input->top() != source) return true;  // empty entity
+    const char* chosen = nullptr;
+    if (lookingAt("\xFE\xFF", 2) || lookingAt("\xFF\xFE", 2))
+      chosen = "UTF-16";
+    else if (lookingAt("\xEF\xBB\xBF", 3))
+      chosen = "UTF-8";
+    if (chosen && !applyEncoding(chosen)) return false;
+    bool present = false;
+    if (!readDeclaration(&present, true)) return false;
+    const char* wanted = !declaredEncoding.empty() ? declaredEncoding.c_str() : "UTF-8";
+    if (chosen && (declaredEncoding.empty() || strcasecmp(chosen, wanted) == 0)) return true;
+    if (!applyEncoding(wanted)) return false;
+    return !present || readDeclaration(&present, true);
   }
 
   // ---- namespaces ---------------------------------------------------------
@@ -545,6 +786,7 @@ struct SimpleXMLReader::Data {
   // A start tag after "<": reports it and, unless it was empty, opens the
   // element on the stack.
   bool startTag() {
+    const unsigned entity = currentEntity();
     void* mark = scratch.getAllocBase();
     size_t qLength = 0;
     const char* qName = readName(&qLength);
@@ -592,6 +834,7 @@ struct SimpleXMLReader::Data {
       attrs.push_back({name, nameLength, v});
     }
 
+    if (currentEntity() != entity) return fatal(kCrossesEntity);
     const char* uri;
     const char* localName;
     resolve(qName, qLength, true, &uri, &localName);
@@ -607,7 +850,7 @@ struct SimpleXMLReader::Data {
     }
     if (!content->startElement(uri, localName, qName, list)) return refused(content);
     if (empty) return endElement(uri, localName, qName, mark, bindingsBefore);
-    open.push_back({qName, uri, localName, mark, bindingsBefore, qLength});
+    open.push_back({qName, uri, localName, mark, bindingsBefore, qLength, entity});
     return true;
   }
 
@@ -622,6 +865,7 @@ struct SimpleXMLReader::Data {
   // An end tag after "</" closes the innermost open element.
   bool endTag() {
     Open top = open.back();
+    if (currentEntity() != top.entity) return fatal(kCrossesEntity);
     // The usual case: the name is in the window and matches.
     size_t n = top.qLength;
     if (static_cast<size_t>(cur.e - cur.p) > n && std::memcmp(cur.p, top.qName, n) == 0 &&
@@ -638,16 +882,18 @@ struct SimpleXMLReader::Data {
     }
     skipSpace();
     if (!expect('>')) return false;
+    if (currentEntity() != top.entity) return fatal(kCrossesEntity);
     open.pop_back();
     return endElement(top.uri, top.localName, top.qName, top.mark, top.bindings);
   }
 
   // After "<!--".
   bool comment() {
+    const unsigned entity = currentEntity();
     text.clear();
     for (;;) {
       int c = scanText(detail::kDashStop, text);
-      if (c < 0) return endOfInput();
+      if (c < 0) return scanEnd(c);
       cur.skip();
       c = cur.peek();
       if (c != '-') {
@@ -661,6 +907,7 @@ struct SimpleXMLReader::Data {
       cur.skip();
       break;
     }
+    if (currentEntity() != entity) return fatal(kCrossesEntity);
     bool ok = lexical->comment(text.c_str()) || refused(lexical);
     text.clear();
     return ok;
@@ -668,16 +915,18 @@ struct SimpleXMLReader::Data {
 
   // After "<?".
   bool processingInstruction() {
+    const unsigned entity = currentEntity();
     void* mark = scratch.getAllocBase();
     size_t n = 0;
     const char* target = readName(&n);
     if (!target) return cur.peek() < 0 ? endOfInput() : fatal(kNameExpected);
-    if (std::strcmp(target, "xml") == 0) return fatal("syntax error ('xml' not allowed here)");
-    skipSpace();
+    if (strcasecmp(target, "xml") == 0) return fatal("syntax error ('xml' not allowed here)");
+    if (!skipSpace() && !lookingAt("?>", 2))
+      return cur.peek() < 0 ? endOfInput() : fatal(kSpaceExpected);
     text.clear();
     for (;;) {
       int c = scanText(detail::kQuestionStop, text);
-      if (c < 0) return endOfInput();
+      if (c < 0) return scanEnd(c);
       cur.skip();
       c = cur.peek();
       if (c == '>') {
@@ -686,6 +935,7 @@ struct SimpleXMLReader::Data {
       }
       text += '?';
     }
+    if (currentEntity() != entity) return fatal(kCrossesEntity);
     bool ok = content->processingInstruction(target, text.c_str()) || refused(content);
     text.clear();
     scratch.setAllocBase(mark);
@@ -694,11 +944,12 @@ struct SimpleXMLReader::Data {
 
   // After "<![CDATA[".
   bool cdataSection() {
+    const unsigned entity = currentEntity();
     if (!lexical->startCDATA()) return refused(lexical);
     text.clear();
     for (;;) {
       int c = scanText(detail::kBracketStop, text);
-      if (c < 0) return endOfInput();
+      if (c < 0) return scanEnd(c);
       size_t brackets = 0;
       while (cur.peek() == ']') {
         cur.skip();
@@ -711,6 +962,7 @@ struct SimpleXMLReader::Data {
       }
       text.append(brackets, ']');
     }
+    if (currentEntity() != entity) return fatal(kCrossesEntity);
     if (!text.empty() && !content->characters(text.c_str())) return refused(content);
     text.clear();
     return lexical->endCDATA() || refused(lexical);
@@ -734,7 +986,7 @@ struct SimpleXMLReader::Data {
         markupFollows = true;
         c = cur.peek();
       }
-      if (c < 0) return endOfInput();
+      if (c < 0) return scanEnd(c);
       if (!text.empty()) {
         if (!content->characters(text.c_str())) return refused(content);
         text.clear();
@@ -842,21 +1094,27 @@ struct SimpleXMLReader::Data {
   }
 
   // "<?xml" and white space start a declaration; it sets declaredEncoding.
-  bool readDeclaration(bool* present) {
+  // The text declaration of an external entity has an optional version, a
+  // required encoding and no standalone.
+  bool readDeclaration(bool* present, bool textDecl = false) {
     declaredEncoding.clear();
     *present = lookingAt("<?xml", 5, " \t\r\n");
     if (!*present) return true;
     take(5);
     skipSpace();
-    if (!accept("version", 7)) return cur.peek() < 0 ? endOfInput() : expected("version");
-    bool ok = declValue([this](int c, size_t) {
-      if (isAsciiLetter(c) || isDigit(c) || std::strchr("_.:-", c)) return true;
-      return fatal("syntax error (invalid character in version number)");
-    });
-    if (!ok) return false;
-    bool space = skipSpace();
+    bool space = true;
+    if (accept("version", 7)) {
+      bool ok = declValue([this](int c, size_t) {
+        if (isAsciiLetter(c) || isDigit(c) || std::strchr("_.:-", c)) return true;
+        return fatal("syntax error (invalid character in version number)");
+      });
+      if (!ok) return false;
+      space = skipSpace();
+    } else if (!textDecl) {
+      return cur.peek() < 0 ? endOfInput() : expected("version");
+    }
     if (space && accept("encoding", 8)) {
-      ok = declValue([this](int c, size_t i) {
+      bool ok = declValue([this](int c, size_t i) {
         if (i == 0 && !isAsciiLetter(c))
           return fatal(
               "syntax error (first character of encoding name must be an ISO-Latin1 letter)");
@@ -867,8 +1125,10 @@ struct SimpleXMLReader::Data {
       if (value.empty()) return fatal("syntax error (empty encoding name)");
       declaredEncoding = value;
       space = skipSpace();
+    } else if (textDecl) {
+      return cur.peek() < 0 ? endOfInput() : expected("encoding");
     }
-    if (space && accept("standalone", 10)) {
+    if (!textDecl && space && accept("standalone", 10)) {
       if (!declValue([](int, size_t) { return true; })) return false;
       if (value != "yes" && value != "no")
         return fatal("syntax error (standalone must be either 'yes' or 'no')");
@@ -879,13 +1139,437 @@ struct SimpleXMLReader::Data {
   }
   std::string declaredEncoding;
 
+  // ---- document type declaration -----------------------------------------
+
+  bool requireSpace() {
+    if (skipSpace()) return true;
+    return cur.peek() < 0 ? endOfInput() : fatal(kSpaceExpected);
+  }
+  // A name into the scratch allocator; reports its absence.
+  const char* name() {
+    size_t n = 0;
+    const char* r = readName(&n);
+    if (!r) return cur.peek() < 0 ? endOfInput(), nullptr : (fatal(kNameExpected), nullptr);
+    return r;
+  }
+  bool close() {
+    skipSpace();
+    return expect('>');
+  }
+
+  // A quoted literal after its quote; checked literals reject bad bytes.
+  bool literal(std::string& out, bool publicId) {
+    int q = cur.peek();
+    if (q < 0) return endOfInput();
+    if (q != '"' && q != '\'')
+      return fatal(publicId ? "syntax error (public id must start with either '\"' or '\\'')"
+                            : "syntax error (system id must start with either '\"' or '\\'')");
+    cur.skip();
+    out.clear();
+    for (;;) {
+      int c = cur.next();
+      if (c < 0) return endOfInput();
+      if (c == q) return true;
+      if (publicId && !isPublicIdChar(c)) return fatal("invalid character in public id");
+      if (c == '\r') {
+        if (cur.peek() == '\n') cur.skip();
+        c = '\n';
+      }
+      out += static_cast<char>(c);
+    }
+  }
+
+  // "SYSTEM" or "PUBLIC" and their literals. *present tells whether there
+  // was one; in a notation the system literal after a public id is
+  // optional.
+  bool externalId(std::string& publicId, std::string& systemId, bool notation, bool* present) {
+    publicId.clear();
+    systemId.clear();
+    *present = true;
+    if (accept("SYSTEM", 6)) return requireSpace() && literal(systemId, false);
+    if (!accept("PUBLIC", 6)) {
+      *present = false;
+      return true;
+    }
+    if (!requireSpace() || !literal(publicId, true)) return false;
+    if (notation) {
+      bool space = skipSpace();
+      int c = cur.peek();
+      if (!space || (c != '"' && c != '\'')) return true;
+      return literal(systemId, false);
+    }
+    return requireSpace() && literal(systemId, false);
+  }
+
+  // After "<!DOCTYPE" and white space.
+  bool doctype() {
+    void* mark = scratch.getAllocBase();
+    const char* root = name();
+    if (!root) return false;
+    std::string publicId, systemId;
+    bool present = false;
+    if (skipSpace() && !externalId(publicId, systemId, false, &present)) return false;
+    if (!lexical->startDTD(root, publicId.c_str(), systemId.c_str())) return refused(lexical);
+    scratch.setAllocBase(mark);
+    skipSpace();
+    if (cur.peek() == '[') {
+      cur.skip();
+      if (!internalSubset()) return false;
+    }
+    if (!close()) return false;
+    return lexical->endDTD() || refused(lexical);
+  }
+
+  // The declarations up to and including "]".
+  bool internalSubset() {
+    for (;;) {
+      skipSpace();
+      int c = cur.peek();
+      if (c < 0) return endOfInput();
+      void* mark = scratch.getAllocBase();
+      bool ok;
+      if (c == ']') {
+        cur.skip();
+        return true;
+      } else if (c == '%') {
+        cur.skip();
+        ok = parameterReference();
+      } else if (accept("<!ELEMENT", 9)) {
+        ok = elementDecl();
+      } else if (accept("<!ATTLIST", 9)) {
+        ok = attlistDecl();
+      } else if (accept("<!ENTITY", 8)) {
+        ok = entityDecl();
+      } else if (accept("<!NOTATION", 10)) {
+        ok = notationDecl();
+      } else if (accept("<?", 2)) {
+        ok = processingInstruction();
+      } else if (accept("<!--", 4)) {
+        ok = comment();
+      } else {
+        ok = fatal("syntax error (markup declaration expected)");
+      }
+      scratch.setAllocBase(mark);
+      if (!ok) return false;
+    }
+  }
+
+  // "%name;" between declarations. External parameter entities are not
+  // read; they and undeclared names are reported as skipped, "%" first.
+  bool parameterReference() {
+    const char* n = name();
+    if (!n || !expect(';')) return false;
+    std::string key = std::string("%") + n;
+    auto it = entities.find(key);
+    if (it != entities.end() && dynamic_cast<InternalEntity*>(it->second))
+      return pushEntity(RefContext::Content, it->second);
+    return content->skippedEntity(key.c_str()) || refused(content);
+  }
+
+  // After "<!ELEMENT": the content model is collected as written, without
+  // white space.
+  bool elementDecl() {
+    if (!requireSpace()) return false;
+    const char* element = name();
+    if (!element || !requireSpace()) return false;
+    std::string& model = value;
+    model.clear();
+    if (accept("EMPTY", 5)) {
+      model = "EMPTY";
+    } else if (accept("ANY", 3)) {
+      model = "ANY";
+    } else if (cur.peek() == '(') {
+      cur.skip();
+      model = "(";
+      skipSpace();
+      if (accept("#PCDATA", 7) ? !mixedModel(model) : !childrenModel(model)) return false;
+    } else {
+      return cur.peek() < 0 ? endOfInput() : expected("(");
+    }
+    if (!close()) return false;
+    return decl->elementDecl(element, model.c_str()) || refused(decl);
+  }
+
+  bool mixedModel(std::string& model) {
+    model += "#PCDATA";
+    bool names = false;
+    for (;;) {
+      skipSpace();
+      int c = cur.next();
+      if (c < 0) return endOfInput();
+      if (c == ')') break;
+      if (c != '|') return expectedOneOf("|)");
+      skipSpace();
+      const char* n = name();
+      if (!n) return false;
+      model += '|';
+      model += n;
+      names = true;
+    }
+    model += ')';
+    if (cur.peek() == '*') {
+      cur.skip();
+      model += '*';
+    } else if (names) {
+      return expected("*");
+    }
+    return true;
+  }
+
+  void suffix(std::string& model) {
+    int c = cur.peek();
+    if (c == '?' || c == '*' || c == '+') {
+      cur.skip();
+      model += static_cast<char>(c);
+    }
+  }
+
+  // Content particles after the first "(", nested groups on an explicit
+  // stack of their separators.
+  bool childrenModel(std::string& model) {
+    std::string separators(1, '\0');
+    for (;;) {
+      // a particle
+      skipSpace();
+      int c = cur.peek();
+      if (c < 0) return endOfInput();
+      if (c == '(') {
+        cur.skip();
+        model += '(';
+        separators += '\0';
+        continue;
+      }
+      const char* n = name();
+      if (!n) return false;
+      model += n;
+      suffix(model);
+      // separators and the ends of groups
+      for (;;) {
+        skipSpace();
+        c = cur.next();
+        if (c < 0) return endOfInput();
+        if (c == ')') {
+          model += ')';
+          separators.pop_back();
+          suffix(model);
+          if (separators.empty()) return true;
+          continue;
+        }
+        if (c != '|' && c != ',') return expectedOneOf("|,)");
+        char& sep = separators.back();
+        if (sep && sep != c) return expectedOneOf(sep == '|' ? "|)" : ",)");
+        sep = static_cast<char>(c);
+        model += static_cast<char>(c);
+        break;
+      }
+    }
+  }
+
+  // A parenthesised list of names (notation) or name tokens after "(",
+  // appended to type.
+  bool enumeration(std::string& type, bool names) {
+    type += '(';
+    for (;;) {
+      skipSpace();
+      size_t n = 0;
+      const char* item = nullptr;
+      if (names) {
+        item = readName(&n);
+      } else if (cur.peek() >= 0 && (scanClass(*cur.p) & detail::kNameChar)) {
+        // a name token may start with any name character
+        nameBuf.clear();
+        while (cur.peek() >= 0 && (scanClass(*cur.p) & detail::kNameChar)) {
+          nameBuf += *cur.p;
+          cur.skip();
+        }
+        item = nameBuf.c_str();
+      }
+      if (!item) {
+        if (cur.peek() < 0) return endOfInput();
+        return names ? fatal(kNameExpected) : fatal("syntax error (enumerator expected)");
+      }
+      type += item;
+      skipSpace();
+      int c = cur.next();
+      if (c < 0) return endOfInput();
+      if (c == ')') break;
+      if (c != '|') return expectedOneOf("|)");
+      type += '|';
+    }
+    type += ')';
+    return true;
+  }
+
+  // After "<!ATTLIST": one attributeDecl per definition.
+  bool attlistDecl() {
+    if (!requireSpace()) return false;
+    const char* element = name();
+    if (!element) return false;
+    std::string type;
+    for (;;) {
+      bool space = skipSpace();
+      int c = cur.peek();
+      if (c < 0) return endOfInput();
+      if (c == '>') {
+        cur.skip();
+        return true;
+      }
+      if (!space) return fatal(kSpaceExpected);
+      void* mark = scratch.getAllocBase();
+      const char* attribute = name();
+      if (!attribute || !requireSpace()) return false;
+      type.clear();
+      static const char* const kTypes[] = {"CDATA",  "IDREFS",   "IDREF",    "ID",
+                                           "ENTITY", "ENTITIES", "NMTOKENS", "NMTOKEN"};
+      if (cur.peek() == '(') {
+        cur.skip();
+        if (!enumeration(type, false)) return false;
+      } else if (accept("NOTATION", 8)) {
+        if (!requireSpace() || !expect('(')) return false;
+        type = "NOTATION ";
+        if (!enumeration(type, true)) return false;
+      } else {
+        for (const char* t : kTypes) {
+          size_t n = std::strlen(t);
+          if (lookingAt(t, n) &&
+              (cur.p + n >= cur.e || !(scanClass(cur.p[n]) & detail::kNameChar))) {
+            take(n);
+            type = t;
+            break;
+          }
+        }
+        if (type.empty())
+          return cur.peek() < 0 ? endOfInput() : fatal("syntax error (attribute type expected)");
+      }
+      if (!requireSpace()) return false;
+      const char* mode = kEmpty;
+      const char* defaultValue = kEmpty;
+      if (accept("#REQUIRED", 9)) {
+        mode = "#REQUIRED";
+      } else if (accept("#IMPLIED", 8)) {
+        mode = "#IMPLIED";
+      } else {
+        if (accept("#FIXED", 6)) {
+          mode = "#FIXED";
+          if (!requireSpace()) return false;
+        }
+        c = cur.peek();
+        if (c < 0) return endOfInput();
+        if (c != '"' && c != '\'') return expectedOneOf("\"'");
+        cur.skip();
+        defaultValue = readAttributeValue(static_cast<char>(c));
+        if (!defaultValue) return false;
+      }
+      if (!decl->attributeDecl(element, attribute, type.c_str(), mode, defaultValue))
+        return refused(decl);
+      scratch.setAllocBase(mark);
+    }
+  }
+
+  // A quoted entity value after its quote into out: character references
+  // are replaced, general entity references kept as written.
+  bool entityValue(char quote, std::string& out) {
+    out.clear();
+    for (;;) {
+      int c = cur.next();
+      if (c < 0) return endOfInput();
+      if (c == quote) return true;
+      if (c == '%') return fatal("syntax error (parameter entity reference in entity value)");
+      if (c < 0x20 && c != '\t' && c != '\n' && c != '\r') return fatal(kIllegalCharacter);
+      if (c == '\r') {
+        if (cur.peek() == '\n') cur.skip();
+        c = '\n';
+      }
+      if (c != '&') {
+        out += static_cast<char>(c);
+        continue;
+      }
+      if (cur.peek() == '#') {
+        if (!reference(RefContext::EntityValue, 0, out)) return false;
+        continue;
+      }
+      const char* n = name();
+      if (!n || !expect(';')) return false;
+      out += '&';
+      out += n;
+      out += ';';
+    }
+  }
+
+  void declare(const std::string& key, Entity* entity) {
+    entity->addRef();
+    auto [it, inserted] = entities.try_emplace(key, entity);
+    if (!inserted) entity->release();
+  }
+
+  // After "<!ENTITY".
+  bool entityDecl() {
+    if (!requireSpace()) return false;
+    bool parameter = false;
+    if (cur.peek() == '%') {
+      cur.skip();
+      parameter = true;
+      if (!requireSpace()) return false;
+    }
+    const char* n = name();
+    if (!n || !requireSpace()) return false;
+    std::string key = parameter ? std::string("%") + n : std::string(n);
+    int q = cur.peek();
+    if (q == '"' || q == '\'') {
+      cur.skip();
+      std::string text;
+      if (!entityValue(static_cast<char>(q), text)) return false;
+      if (!close()) return false;
+      declare(key, new InternalEntity(key, text));
+      return decl->internalEntityDecl(key.c_str(), text.c_str()) || refused(decl);
+    }
+    std::string publicId, systemId, notation;
+    bool present = false;
+    if (!externalId(publicId, systemId, false, &present)) return false;
+    if (!present)
+      return cur.peek() < 0 ? endOfInput()
+                            : fatal("syntax error (entity value or external id expected)");
+    bool space = skipSpace();
+    if (!parameter && space && accept("NDATA", 5)) {
+      if (!requireSpace()) return false;
+      const char* nn = name();
+      if (!nn) return false;
+      notation = nn;
+    }
+    if (!close()) return false;
+    declare(key, new ExternalEntity(key, publicId, systemId, notation));
+    if (!notation.empty())
+      return dtd->unparsedEntityDecl(key.c_str(), publicId.c_str(), systemId.c_str(),
+                                     notation.c_str()) ||
+             refused(dtd);
+    return decl->externalEntityDecl(key.c_str(), publicId.c_str(), systemId.c_str()) ||
+           refused(decl);
+  }
+
+  // After "<!NOTATION".
+  bool notationDecl() {
+    if (!requireSpace()) return false;
+    const char* n = name();
+    if (!n || !requireSpace()) return false;
+    std::string publicId, systemId;
+    bool present = false;
+    if (!externalId(publicId, systemId, true, &present)) return false;
+    if (!present)
+      return cur.peek() < 0 ? endOfInput() : fatal("syntax error (external id expected)");
+    if (!close()) return false;
+    return dtd->notationDecl(n, publicId.c_str(), systemId.c_str()) || refused(dtd);
+  }
+
   // ---- document -----------------------------------------------------------
 
   bool document() {
     if (!xmlDeclaration()) return false;
     if (!misc(true)) return false;
-    // The document type declaration is not read yet: "<!DOCTYPE" falls
-    // through to the element below and fails there.
+    if (lookingAt("<!DOCTYPE", 9, " \t\r\n")) {
+      take(9);
+      skipSpace();
+      if (!doctype() || !misc(true)) return false;
+    }
     int c = cur.peek();
     if (c < 0) return endOfInput();
     if (c != '<') return expected("<");
@@ -907,7 +1591,10 @@ struct SimpleXMLReader::Data {
 
     StackedInputSource stacked(source);
     input = &stacked;
-    cur.attach(&stacked);
+    cur.attach(&stacked, &stacked);
+    counters = EntityCounters();
+    instances.assign(1, 0);
+    serial = 0;
     content->setDocumentLocator(stacked.getLocator());
     bool ok = false;
     if (content->startDocument())
@@ -915,6 +1602,7 @@ struct SimpleXMLReader::Data {
     else
       refused(content);
     cur.drop();
+    counters.documentBytes = cur.outerBytes;
     content->endDocument();
     input = nullptr;
     cur.attach(nullptr);
@@ -988,6 +1676,22 @@ bool SimpleXMLReader::hasFeature(const std::string& name) {
 
 bool SimpleXMLReader::parse(InputSource* input) {
   return d->parse(input);
+}
+
+void SimpleXMLReader::setEntityLimits(const EntityLimits& limits) {
+  d->limits = limits;
+}
+SimpleXMLReader::EntityLimits SimpleXMLReader::getEntityLimits() const {
+  return d->limits;
+}
+SimpleXMLReader::EntityCounters SimpleXMLReader::getEntityCounters() const {
+  EntityCounters c = d->counters;
+  if (d->input) c.documentBytes = d->cur.outerBytes;
+  return c;
+}
+const SimpleXMLReader::Entity* SimpleXMLReader::getEntity(const std::string& name) const {
+  auto it = d->entities.find(name);
+  return it == d->entities.end() ? nullptr : it->second;
 }
 
 bool SimpleXMLReader::parse(const std::string& systemId) {

@@ -8,21 +8,25 @@
 #include <cstring>
 
 #include <kelp/xml/sax/sax_InputSource.h>
+#include <kelp/xml/sax/sax_StackedInputSource.h>
 
 namespace qor::quv::xml::sax::detail {
 
 // One flag per scanner. Every "stop" class holds CR and LF: the scanners
-// normalise line ends and count line feeds as they go.
+// normalise line ends and count line feeds as they go; and the control
+// characters that XML forbids, which they reject.
 enum : std::uint16_t {
-  kNameStart = 1u << 0,    // letters, '_', ':' and every byte from 0x80
-  kNameChar = 1u << 1,     // name start plus digits, '-' and '.'
-  kSpace = 1u << 2,        // space, tab, CR, LF
-  kTextStop = 1u << 3,     // character data: '<' '&' ']'
-  kAttrDqStop = 1u << 4,   // attribute value in double quotes: '"' '<' '&'
-  kAttrSqStop = 1u << 5,   // attribute value in single quotes: '\'' '<' '&'
-  kDashStop = 1u << 6,     // comment: '-'
-  kBracketStop = 1u << 7,  // CDATA section: ']'
-  kQuestionStop = 1u << 8  // processing instruction: '?'
+  kNameStart = 1u << 0,     // letters, '_', ':' and every byte from 0x80
+  kNameChar = 1u << 1,      // name start plus digits, '-' and '.'
+  kSpace = 1u << 2,         // space, tab, CR, LF
+  kTextStop = 1u << 3,      // character data: '<' '&' ']'
+  kAttrDqStop = 1u << 4,    // attribute value in double quotes: '"' '<' '&'
+  kAttrSqStop = 1u << 5,    // attribute value in single quotes: '\'' '<' '&'
+  kDashStop = 1u << 6,      // comment: '-'
+  kBracketStop = 1u << 7,   // CDATA section: ']'
+  kQuestionStop = 1u << 8,  // processing instruction: '?'
+  kForbidden = 1u << 9,     // control characters XML does not allow
+  kUtf8Check = 1u << 10     // lead bytes of surrogates, U+FFFE/F, > U+10FFFF
 };
 
 struct ScanClassTable {
@@ -34,6 +38,10 @@ struct ScanClassTable {
       if (letter || c == '_' || c == ':' || c >= 0x80) f |= kNameStart | kNameChar;
       if ((c >= '0' && c <= '9') || c == '-' || c == '.') f |= kNameChar;
       if (c == ' ' || c == '\t' || c == '\r' || c == '\n') f |= kSpace;
+      if ((c < 0x20 && c != '\t' && c != '\r' && c != '\n'))
+        f |= kForbidden | kTextStop | kAttrDqStop | kAttrSqStop | kDashStop | kBracketStop |
+             kQuestionStop;
+      if (c == 0xED || c == 0xEF || c >= 0xF4) f |= kUtf8Check;
       if (c == '\r' || c == '\n')
         f |= kTextStop | kAttrDqStop | kAttrSqStop | kDashStop | kBracketStop | kQuestionStop;
       if (c == '<' || c == '&') f |= kTextStop | kAttrDqStop | kAttrSqStop;
@@ -64,14 +72,26 @@ struct Cursor {
   const char* p = nullptr;
   const char* e = nullptr;
   int lineFeeds = 0;  // line feeds among [mark, p)
+  // With a stack: whether the window belongs to an entity pushed on it, and
+  // the bytes taken from the outermost source.
+  StackedInputSource* stack = nullptr;
+  bool inEntity = false;
+  std::size_t outerBytes = 0;
 
-  void attach(InputSource* source) {
+  void attach(InputSource* source, StackedInputSource* stacked = nullptr) {
     in = source;
+    stack = stacked;
     mark = p = e = nullptr;
     lineFeeds = 0;
+    inEntity = false;
+    outerBytes = 0;
   }
   void commit() {
-    if (p != mark) in->consumeRun(static_cast<std::size_t>(p - mark), lineFeeds);
+    if (p != mark) {
+      std::size_t n = static_cast<std::size_t>(p - mark);
+      in->consumeRun(n, lineFeeds);
+      if (!inEntity) outerBytes += n;
+    }
     mark = p;
     lineFeeds = 0;
   }
@@ -93,6 +113,7 @@ struct Cursor {
     }
     mark = p = b;
     e = end;
+    inEntity = stack && stack->depth() > 1;
     return true;
   }
   // The next byte (0..255) without taking it, or -1 at the end.

@@ -558,9 +558,18 @@ TEST(SimpleXMLReaderContent, References) {
       {"in attribute values", "<a x='&apos;&quot;&lt;&amp;&gt;&#65;&#x3b1;' y=\"&apos;\"/>",
        "startDocument\nstart {}a a x={}x:'\"<&>A\xCE\xB1 y={}y:'\nend {}a a\nendDocument\n-> "
        "true"},
-      {"unknown names are skipped", "<a x='1&foo;2'>&eacute;</a>",
-       "startDocument\nskipped foo\nstart {}a a x={}x:12\nskipped eacute\nend {}a a\n"
+      {"unknown names are skipped in content", "<a x='12'>&eacute;</a>",
+       "startDocument\nstart {}a a x={}x:12\nskipped eacute\nend {}a a\n"
        "endDocument\n-> true"},
+      {"unknown names are fatal in attribute values", "<a x='1&foo;2'/>",
+       "startDocument\nfatal L1: undeclared entity 'foo' in attribute value\nendDocument\n-> "
+       "false"},
+      {"forbidden code points", "<a>&#0;</a>",
+       "startDocument\nstart {}a a\nfatal L1: invalid character reference\nendDocument\n-> "
+       "false"},
+      {"U+FFFF", "<a>&#xFFFF;</a>",
+       "startDocument\nstart {}a a\nfatal L1: invalid character reference\nendDocument\n-> "
+       "false"},
       {"semicolon expected", "<a>&amp </a>",
        "startDocument\nstart {}a a\nfatal L1: syntax error (';' expected)\nendDocument\n-> "
        "false"},

@@ -17,10 +17,21 @@
  * elements, so nesting depth is bounded by memory, not by the call stack.
  *
  * One reader may read many documents one after another; it is not meant for
- * concurrent use. Handlers are borrowed, never owned. */
+ * concurrent use. Handlers are borrowed, never owned. Entities declared by
+ * one document stay declared for the later documents of the same reader;
+ * the first declaration of a name stays in force.
+ *
+ * Entity expansion is bounded: the input stack holds at most
+ * EntityLimits::maxDepth entities, and the text that entity references
+ * produce in one parse is at most the larger of EntityLimits::minExpansion
+ * bytes and EntityLimits::expansionFactor times the bytes read so far from
+ * the document itself (each expansion counts as its text plus 32 bytes,
+ * the cost of reading it). Past a bound the parse ends with the fatal error
+ * "entity expansion limit exceeded". */
 #ifndef KELP_XML_SAX_SAX_SIMPLEXMLREADER_H
 #define KELP_XML_SAX_SAX_SIMPLEXMLREADER_H
 
+#include <cstddef>
 #include <string>
 
 #include <fw/fw_IApplication.h>
@@ -39,6 +50,59 @@ class KELP_API SimpleXMLReader : public XMLReader {
    * entity set. */
   static const char* const UseUTF8;
   static const char* const HTML4Entities;
+
+  /* A declared entity, counted: addRef and release (deleted at zero). */
+  class KELP_API Entity {
+   public:
+    explicit Entity(const std::string& name);
+    virtual ~Entity();
+    Entity(const Entity&) = delete;
+    Entity& operator=(const Entity&) = delete;
+    const std::string& getName() const;
+    void addRef();
+    void release();
+
+   private:
+    std::string name_;
+    int refs_ = 0;
+  };
+  /* An entity declared with a quoted value. */
+  class KELP_API InternalEntity : public Entity {
+   public:
+    InternalEntity(const std::string& name, const std::string& replacementText);
+    const std::string& getReplacementText() const;
+
+   private:
+    std::string text_;
+  };
+  /* An entity declared with an external id; the notation is empty for a
+   * parsed entity. */
+  class KELP_API ExternalEntity : public Entity {
+   public:
+    ExternalEntity(const std::string& name, const std::string& publicId,
+                   const std::string& systemId, const std::string& notation);
+    const std::string& getPublicId() const;
+    const std::string& getSystemId() const;
+    const std::string& getNotation() const;
+
+   private:
+    std::string publicId_;
+    std::string systemId_;
+    std::string notation_;
+  };
+
+  /* Bounds on entity expansion (see above). */
+  struct EntityLimits {
+    std::size_t maxDepth = 64;
+    std::size_t minExpansion = 8u << 20;
+    std::size_t expansionFactor = 100;
+  };
+  /* What the last (or current) parse used of them. */
+  struct EntityCounters {
+    std::size_t documentBytes = 0;   // read from the outermost source
+    std::size_t expandedBytes = 0;   // produced by entity references
+    std::size_t deepestNesting = 0;  // entities open at once, at most
+  };
 
   /* app receives debug messages and assertions; it may be null. */
   explicit SimpleXMLReader(fw::IApplication* app);
@@ -69,6 +133,13 @@ class KELP_API SimpleXMLReader : public XMLReader {
   bool parse(InputSource* input) override;
   /* Reads the file at systemId. */
   bool parse(const std::string& systemId) override;
+
+  void setEntityLimits(const EntityLimits& limits);
+  EntityLimits getEntityLimits() const;
+  EntityCounters getEntityCounters() const;
+  /* The declared entity called name (parameter entities with a leading
+   * "%"), or null; the reader keeps its reference. */
+  const Entity* getEntity(const std::string& name) const;
 
  private:
   struct Data;
