@@ -331,7 +331,15 @@ ZResult openDatabase(Hive hive, bool needWrite, sqlite3** out) {
   sqlite3_busy_timeout(db, kBusyTimeoutMs);
   // Reading the header here is what tells a foreign file from a database.
   if (!readOnly) {
-    if (ZResult r = exec(db, "PRAGMA journal_mode=WAL"); EFAILED(r)) return fail(r);
+    // Switching a new file to WAL takes an exclusive lock for which SQLite
+    // does not always call the busy handler (two processes opening a fresh
+    // hive at once): retry for as long as the busy time-out allows.
+    ZResult r = exec(db, "PRAGMA journal_mode=WAL");
+    for (int waited = 0; r == zob::kBusy && waited < kBusyTimeoutMs; waited += 10) {
+      sqlite3_sleep(10);
+      r = exec(db, "PRAGMA journal_mode=WAL");
+    }
+    if (EFAILED(r)) return fail(r);
     // With a write-ahead log NORMAL loses no committed change when the
     // process dies; only a power cut may take the latest ones.
     if (ZResult r = exec(db, "PRAGMA synchronous=NORMAL"); EFAILED(r)) return fail(r);
