@@ -9,7 +9,6 @@
 #include <kelp/xml/dom/dom_CharacterData.h>
 #include <kelp/xml/dom/dom_ChildNodeList.h>
 #include <kelp/xml/dom/dom_Document.h>
-#include <ktz/ktz_atomic.h>
 #include <zob/zob_mem.h>
 
 #include "dom_Node_impl.h"
@@ -39,12 +38,14 @@ Node::Node(const util::WeakRefBase& document)
 
 Node::~Node() = default;
 
+// The counts change with the compiler's atomic operations: a reference
+// taken needs no ordering, the last release must see every earlier write.
 std::uint32_t Node::nodeAddRef() {
-  return static_cast<std::uint32_t>(ktzAtomicIncrement(&refs_));
+  return static_cast<std::uint32_t>(__atomic_add_fetch(&refs_, 1, __ATOMIC_RELAXED));
 }
 
 std::uint32_t Node::nodeRelease() {
-  std::int32_t left = ktzAtomicDecrement(&refs_);
+  std::int32_t left = __atomic_sub_fetch(&refs_, 1, __ATOMIC_ACQ_REL);
   if (left < 0) std::abort();  // released more often than referenced
   if (left == 0) destroy(this);
   return static_cast<std::uint32_t>(left);
