@@ -14,6 +14,8 @@
 
 #include <gtest/gtest.h>
 
+#include "attribute_maker.h"
+
 #include <atomic>
 #include <cstring>
 #include <locale>
@@ -587,37 +589,11 @@ TEST(ECurrency, DecodeAttributeTexts) {
 }
 
 // A reader that only fills attribute lists.
-class FillingReader : public sax::XMLReader {
- public:
-  void setContentHandler(sax::ContentHandler*) override {}
-  sax::ContentHandler* getContentHandler() const override { return nullptr; }
-  void setDTDHandler(sax::DTDHandler*) override {}
-  sax::DTDHandler* getDTDHandler() const override { return nullptr; }
-  void setEntityResolver(sax::EntityResolver*) override {}
-  sax::EntityResolver* getEntityResolver() const override { return nullptr; }
-  void setErrorHandler(sax::ErrorHandler*) override {}
-  sax::ErrorHandler* getErrorHandler() const override { return nullptr; }
-  void setDeclHandler(sax::DeclHandler*) override {}
-  sax::DeclHandler* getDeclHandler() const override { return nullptr; }
-  void setLexicalHandler(sax::LexicalHandler*) override {}
-  sax::LexicalHandler* getLexicalHandler() const override { return nullptr; }
-  void setFeature(const std::string&, bool) override {}
-  bool getFeature(const std::string&) override { return false; }
-  bool hasFeature(const std::string&) override { return false; }
-  bool parse(sax::InputSource*) override { return false; }
-  bool parse(const std::string&) override { return false; }
 
-  sax::Attributes make(std::initializer_list<std::pair<const char*, const char*>> attrs,
-                       const char* uri = "") {
-    sax::Attributes a;
-    reserveAttributes(&a, static_cast<unsigned>(attrs.size()));
-    for (const auto& [name, value] : attrs) addAttribute(&a, uri, name, name, "CDATA", value);
-    return a;
-  }
-};
+using kelp::test::AttributeMaker;
 
 TEST(ECurrency, DecodeAttributeList) {
-  FillingReader reader;
+  AttributeMaker reader;
   ECurrency v;
   std::string error;
   ASSERT_TRUE(v.decodeAttributes(reader.make({{"value", "3.5"}, {"currency", "USD"}}), &error));

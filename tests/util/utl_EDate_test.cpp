@@ -1,9 +1,11 @@
 // EDate: validity, day arithmetic under real time zones, the three text
 // forms, the local form under real locales, and decoding with its messages.
 #include <gtest/gtest.h>
+
 #include <kelp/util/utl_EDate.h>
 #include <kelp/xml/sax/sax_Attributes.h>
 #include <kelp/xml/sax/sax_XMLReader.h>
+#include "attribute_maker.h"
 
 #include <clocale>
 #include <cstdlib>
@@ -59,30 +61,7 @@ std::string str(const EDate& d) {
   return std::to_string(d.year) + "/" + std::to_string(d.month) + "/" + std::to_string(d.day);
 }
 
-class AttrFiller : public sax::XMLReader {
- public:
-  void setContentHandler(sax::ContentHandler*) override {}
-  sax::ContentHandler* getContentHandler() const override { return nullptr; }
-  void setDTDHandler(sax::DTDHandler*) override {}
-  sax::DTDHandler* getDTDHandler() const override { return nullptr; }
-  void setEntityResolver(sax::EntityResolver*) override {}
-  sax::EntityResolver* getEntityResolver() const override { return nullptr; }
-  void setErrorHandler(sax::ErrorHandler*) override {}
-  sax::ErrorHandler* getErrorHandler() const override { return nullptr; }
-  void setDeclHandler(sax::DeclHandler*) override {}
-  sax::DeclHandler* getDeclHandler() const override { return nullptr; }
-  void setLexicalHandler(sax::LexicalHandler*) override {}
-  sax::LexicalHandler* getLexicalHandler() const override { return nullptr; }
-  void setFeature(const std::string&, bool) override {}
-  bool getFeature(const std::string&) override { return false; }
-  bool hasFeature(const std::string&) override { return false; }
-  bool parse(sax::InputSource*) override { return false; }
-  bool parse(const std::string&) override { return false; }
-
-  void add(sax::Attributes* a, const char* uri, const char* local, const char* value) {
-    addAttribute(a, uri, local, local, "CDATA", value);
-  }
-};
+using kelp::test::AttributeMaker;
 
 }  // namespace
 
@@ -470,7 +449,7 @@ TEST(EDate, DecodeText) {
 }
 
 TEST(EDate, DecodeAttributes) {
-  AttrFiller filler;
+  AttributeMaker filler;
   sax::Attributes empty;
   sax::Attributes withValue;
   filler.add(&withValue, "", "value", "2024-12-24");

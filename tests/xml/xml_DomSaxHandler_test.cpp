@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "attribute_maker.h"
+
 #include <functional>
 #include <sstream>
 
@@ -21,34 +23,7 @@ using namespace qor::quv::xml;
 namespace sax = qor::quv::xml::sax;
 using kelp::test::shape;
 
-// Fills attribute lists the way a reader does.
-class AttributeMaker : public sax::XMLReader {
- public:
-  void setContentHandler(sax::ContentHandler*) override {}
-  sax::ContentHandler* getContentHandler() const override { return nullptr; }
-  void setDTDHandler(sax::DTDHandler*) override {}
-  sax::DTDHandler* getDTDHandler() const override { return nullptr; }
-  void setEntityResolver(sax::EntityResolver*) override {}
-  sax::EntityResolver* getEntityResolver() const override { return nullptr; }
-  void setErrorHandler(sax::ErrorHandler*) override {}
-  sax::ErrorHandler* getErrorHandler() const override { return nullptr; }
-  void setDeclHandler(sax::DeclHandler*) override {}
-  sax::DeclHandler* getDeclHandler() const override { return nullptr; }
-  void setLexicalHandler(sax::LexicalHandler*) override {}
-  sax::LexicalHandler* getLexicalHandler() const override { return nullptr; }
-  void setFeature(const std::string&, bool) override {}
-  bool getFeature(const std::string&) override { return false; }
-  bool hasFeature(const std::string&) override { return false; }
-  bool parse(sax::InputSource*) override { return false; }
-  bool parse(const std::string&) override { return false; }
-
-  sax::Attributes make(std::initializer_list<std::pair<const char*, const char*>> list) {
-    sax::Attributes a;
-    reserveAttributes(&a, static_cast<unsigned>(list.size()));
-    for (auto& [name, value] : list) addAttribute(&a, "", name, name, "CDATA", value);
-    return a;
-  }
-};
+using kelp::test::AttributeMaker;
 
 sax::Attributes none() {
   return AttributeMaker().make({});
