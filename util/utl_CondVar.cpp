@@ -6,21 +6,16 @@
 
 #include <string>
 
+#include "utl_Mutex_impl.h"
+
 namespace qor::quv::util {
 
-namespace {
-
-void logFailure(fw::IApplication* app, const char* text, ZResult result) {
-  if (!app) return;
-  eDebug(app, QUV_LOG_CATEGORY, std::string(text) << zobStrError(result));
-}
-
-}  // namespace
+using detail::logRuntimeFailure;
 
 CondVar::CondVar(fw::IApplication* app) : app_(app) {
   ZResult res = ktzCondVarInit(&cond_);
   if (EFAILED(res))
-    logFailure(app_.get(), "Initialization of condition variable failed: %1", res);
+    logRuntimeFailure(app_.get(), "Initialization of condition variable failed: %1", res);
   else
     initialized_ = true;
 }
@@ -28,7 +23,8 @@ CondVar::CondVar(fw::IApplication* app) : app_(app) {
 CondVar::~CondVar() {
   if (!initialized_) return;
   ZResult res = ktzCondVarDestroy(&cond_);
-  if (EFAILED(res)) logFailure(app_.get(), "Destruction of condition variable failed: %1", res);
+  if (EFAILED(res))
+    logRuntimeFailure(app_.get(), "Destruction of condition variable failed: %1", res);
 }
 
 void CondVar::setApplication(fw::IApplication* app) {
@@ -38,14 +34,16 @@ void CondVar::setApplication(fw::IApplication* app) {
 ZResult CondVar::signal() {
   if (!initialized_) return zob::kInvalidState;
   ZResult res = ktzCondVarSignal(&cond_);
-  if (EFAILED(res)) logFailure(app_.get(), "Signaling of condition variable failed: %1", res);
+  if (EFAILED(res))
+    logRuntimeFailure(app_.get(), "Signaling of condition variable failed: %1", res);
   return res;
 }
 
 ZResult CondVar::broadcast() {
   if (!initialized_) return zob::kInvalidState;
   ZResult res = ktzCondVarBroadcast(&cond_);
-  if (EFAILED(res)) logFailure(app_.get(), "Broadcast on condition variable failed: %1", res);
+  if (EFAILED(res))
+    logRuntimeFailure(app_.get(), "Broadcast on condition variable failed: %1", res);
   return res;
 }
 
@@ -55,7 +53,7 @@ ZResult CondVar::wait(Mutex* m) {
   // state: waiting with it is refused like waiting on our own failed object.
   if (!initialized_ || !m->isInitialized()) return zob::kInvalidState;
   ZResult res = ktzCondVarWait(&cond_, *m);
-  if (EFAILED(res)) logFailure(app_.get(), "Wait on condition variable failed: %1", res);
+  if (EFAILED(res)) logRuntimeFailure(app_.get(), "Wait on condition variable failed: %1", res);
   return res;
 }
 
@@ -77,14 +75,14 @@ ZResult CondVar::timedWait(Mutex* m, long timeoutMs) {
   KtzTime now;
   ZResult res = ktzGetCurrentTime(&now);
   if (EFAILED(res)) {
-    logFailure(app_.get(), "Failed to get current time for timed wait on condition variable: %1",
-               res);
+    logRuntimeFailure(app_.get(),
+                      "Failed to get current time for timed wait on condition variable: %1", res);
     return res;
   }
   KtzTime deadline = deadlineAfter(now, timeoutMs);
   res = ktzCondVarTimedWait(&cond_, *m, &deadline);
   if (EFAILED(res) && res != zob::kTimeOut)
-    logFailure(app_.get(), "Timed wait on condition variable failed: %1", res);
+    logRuntimeFailure(app_.get(), "Timed wait on condition variable failed: %1", res);
   return res;
 }
 

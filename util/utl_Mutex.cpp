@@ -5,22 +5,16 @@
 
 #include <string>
 
+#include "utl_Mutex_impl.h"
+
 namespace qor::quv::util {
 
-namespace {
-
-// Logs `text` with the result's text for %1, when there is an application.
-void logFailure(fw::IApplication* app, const char* text, ZResult result) {
-  if (!app) return;
-  eDebug(app, QUV_LOG_CATEGORY, std::string(text) << zobStrError(result));
-}
-
-}  // namespace
+using detail::logRuntimeFailure;
 
 Mutex::Mutex(fw::IApplication* app) : app_(app) {
   ZResult res = ktzMutexInit(&mutex_);
   if (EFAILED(res))
-    logFailure(app_.get(), "Mutex initialization failed: %1", res);
+    logRuntimeFailure(app_.get(), "Mutex initialization failed: %1", res);
   else
     initialized_ = true;
 }
@@ -28,7 +22,7 @@ Mutex::Mutex(fw::IApplication* app) : app_(app) {
 Mutex::~Mutex() {
   if (!initialized_) return;
   ZResult res = ktzMutexDestroy(&mutex_);
-  if (EFAILED(res)) logFailure(app_.get(), "Mutex destruction failed: %1", res);
+  if (EFAILED(res)) logRuntimeFailure(app_.get(), "Mutex destruction failed: %1", res);
 }
 
 void Mutex::setApplication(fw::IApplication* app) {
@@ -38,21 +32,21 @@ void Mutex::setApplication(fw::IApplication* app) {
 ZResult Mutex::lock() {
   if (!initialized_) return zob::kInvalidState;
   ZResult res = ktzMutexLock(&mutex_);
-  if (EFAILED(res)) logFailure(app_.get(), "Mutex lock failed: %1", res);
+  if (EFAILED(res)) logRuntimeFailure(app_.get(), "Mutex lock failed: %1", res);
   return res;
 }
 
 ZResult Mutex::unlock() {
   if (!initialized_) return zob::kInvalidState;
   ZResult res = ktzMutexUnlock(&mutex_);
-  if (EFAILED(res)) logFailure(app_.get(), "Mutex unlock failed: %1", res);
+  if (EFAILED(res)) logRuntimeFailure(app_.get(), "Mutex unlock failed: %1", res);
   return res;
 }
 
 ZResult Mutex::tryLock() {
   if (!initialized_) return zob::kInvalidState;
   ZResult res = ktzMutexTryLock(&mutex_);
-  if (EFAILED(res)) logFailure(app_.get(), "Mutex lock attempt failed: %1", res);
+  if (EFAILED(res)) logRuntimeFailure(app_.get(), "Mutex lock attempt failed: %1", res);
   return res;
 }
 
