@@ -22,17 +22,7 @@ ZResult DocumentFragment::queryInterface(const char* iid, zob::IUnknown** out) {
 }
 
 bool DocumentFragment::mayInsertNode(Node* child) const {
-  switch (child ? child->getNodeType() : 0) {
-    case kElementNode:
-    case kTextNode:
-    case kCDATASectionNode:
-    case kEntityReferenceNode:
-    case kProcessingInstructionNode:
-    case kCommentNode:
-      return true;
-    default:
-      return false;
-  }
+  return detail::isContentChild(child);
 }
 
 zob::Ref<Node> DocumentFragment::cloneShallow(const util::WeakRefBase& document) const {

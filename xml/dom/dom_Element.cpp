@@ -42,17 +42,7 @@ ZResult Element::queryInterface(const char* iid, zob::IUnknown** out) {
 }
 
 bool Element::mayInsertNode(Node* child) const {
-  switch (child ? child->getNodeType() : 0) {
-    case kElementNode:
-    case kTextNode:
-    case kCDATASectionNode:
-    case kEntityReferenceNode:
-    case kProcessingInstructionNode:
-    case kCommentNode:
-      return true;
-    default:
-      return false;
-  }
+  return detail::isContentChild(child);
 }
 
 // ---- the attribute map -------------------------------------------------------

@@ -8,6 +8,8 @@
 #include <zob/zob_result.h>
 #include <zob/zob_unknown.h>
 
+#include <kelp/xml/dom/dom_Node.h>
+
 namespace qor::quv::xml::dom::detail {
 
 /* Hands out a zobStrDup copy of `text`. */
@@ -36,6 +38,23 @@ ZResult newOut(R ref, I** out) {
   if (!ref) return zob::kOutOfMemory;
   ref.detach();
   return zob::kOk;
+}
+
+/* The children an element or a document fragment may hold (the DOM's rule
+ * for both): elements, text, CDATA sections, entity references, processing
+ * instructions and comments. */
+inline bool isContentChild(const Node* child) {
+  switch (child ? child->getNodeType() : 0) {
+    case kElementNode:
+    case kTextNode:
+    case kCDATASectionNode:
+    case kEntityReferenceNode:
+    case kProcessingInstructionNode:
+    case kCommentNode:
+      return true;
+    default:
+      return false;
+  }
 }
 
 }  // namespace qor::quv::xml::dom::detail

@@ -20,6 +20,7 @@
 #include <zob/zob_mem.h>
 
 #include "zob/zob_classes.h"
+#include "zob/zob_counted_impl.h"
 
 namespace {
 
@@ -371,27 +372,9 @@ ZResult openDatabase(Hive hive, bool needWrite, sqlite3** out) {
   return zob::kOk;
 }
 
-class Registry final : public zob::Adapter<zob::regdb::IRegistry> {
+class Registry final : public zob::detail::Counted<zob::regdb::IRegistry> {
  public:
   Registry() = default;
-
-  ZResult queryInterface(const char* iid, zob::IUnknown** out) override {
-    if (!out) return zob::kInvalidArgument;
-    if (zobCompareIID(iid, zob::IUnknown::IID) || zobCompareIID(iid, IRegistry::IID)) {
-      addRef();
-      *out = this;
-      return zob::kOk;
-    }
-    *out = nullptr;
-    return zob::kNoInterface;
-  }
-  std::uint32_t addRef() override { return refs_.fetch_add(1) + 1; }
-  std::uint32_t release() override {
-    std::uint32_t before = refs_.fetch_sub(1);
-    if (before == 0) std::abort();  // released more often than referenced
-    if (before == 1) delete this;
-    return before - 1;
-  }
 
   ZResult openRoot(Hive hive, std::uint32_t access, int* key) override {
     if (!key) return zob::kInvalidArgument;
@@ -688,7 +671,6 @@ class Registry final : public zob::Adapter<zob::regdb::IRegistry> {
     return zob::kOk;
   }
 
-  std::atomic<std::uint32_t> refs_{1};
   std::mutex mutex_;
   sqlite3* dbs_[2] = {nullptr, nullptr};
   std::map<int, Handle> handles_;
