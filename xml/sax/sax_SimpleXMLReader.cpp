@@ -1429,16 +1429,20 @@ struct SimpleXMLReader::Data {
         type = "NOTATION ";
         if (!enumeration(type, true)) return false;
       } else {
+        // Longer keywords come first, so a name character right after the
+        // one taken means no keyword matched at all. The keyword may end
+        // exactly at the window's edge, so the next byte is only peeked
+        // once it is taken.
         for (const char* t : kTypes) {
           size_t n = std::strlen(t);
-          if (lookingAt(t, n) &&
-              (cur.p + n >= cur.e || !(scanClass(cur.p[n]) & detail::kNameChar))) {
+          if (lookingAt(t, n)) {
             take(n);
             type = t;
             break;
           }
         }
-        if (type.empty())
+        int next = cur.peek();
+        if (type.empty() || (next >= 0 && (scanClass(static_cast<char>(next)) & detail::kNameChar)))
           return cur.peek() < 0 ? endOfInput() : fatal("syntax error (attribute type expected)");
       }
       if (!requireSpace()) return false;
