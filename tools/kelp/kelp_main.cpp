@@ -1,36 +1,192 @@
-// The kelp command-line tool: dispatches to the subcommand families.
+// The kelp command-line tool: sets up the reference host and dispatches to
+// the subcommand families (kelp_<family>.cpp); also `kelp help`, which
+// prints the help texts or the manual page built from them.
+#include <clocale>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include <kelp/host.h>
-#include <kelp/kelp.h>
+
+#include "kelp_tool.h"
 
 #ifndef KELP_VERSION_STRING
 #define KELP_VERSION_STRING "0.1.0"
 #endif
 
+using kelp::tool::Family;
+using kelp::tool::Invocation;
+
 namespace {
 
-constexpr const char kUsage[] =
-    "usage: kelp [--version] [--help] <command> [<args>]\n"
-    "\n"
-    "kelp is the command-line face of libkelp, the utility library of the\n"
-    "catalogue, basket and price suite: XML reading and writing, money\n"
-    "amounts, dates, versions, UUIDs and settings.\n";
+constexpr const char kIntro[] =
+    "kelp is the command-line face of libkelp, the library of the catalogue,\n"
+    "basket and price suite: it checks and formats XML, renders rich text,\n"
+    "computes money amounts, reads dates, versions and UUIDs, edits settings\n"
+    "and prints catalogue reports.\n";
+
+constexpr const char kConventions[] =
+    "Every command exits with 0 on success, 1 when a check or an operation\n"
+    "fails, and 2 on bad usage. Errors go to standard error as\n"
+    "'file:line: message'. An input named '-' is read from standard input.\n"
+    "The environment variable KELP_LOG (fatal, error, warning, notice, info,\n"
+    "debug; default error) sets which library messages are shown.\n";
+
+void printUsage(std::FILE* to) {
+  std::fprintf(to, "usage: kelp [--version] [--help] <command> [<args>]\n\n%s\ncommands:\n",
+               kIntro);
+  for (const Family* f : kelp::tool::families())
+    std::fprintf(to, "  %-10s %s\n", f->name, f->summary);
+  std::fprintf(to, "  %-10s %s\n\n%s\nSee 'kelp <command> --help' for the options of a command.\n",
+               "help", "this text, a command's help, or the manual page (--man)", kConventions);
+}
+
+// roff needs backslashes doubled and a leading dot or quote neutralised.
+std::string roffLine(const std::string& line) {
+  std::string out;
+  if (!line.empty() && (line[0] == '.' || line[0] == '\'')) out = "\\&";
+  for (char c : line) {
+    if (c == '\\')
+      out += "\\e";
+    else if (c == '-')
+      out += "\\-";
+    else
+      out += c;
+  }
+  return out;
+}
+
+void printRoffBlock(const char* text) {
+  std::fputs(".nf\n", stdout);
+  const char* p = text;
+  while (*p) {
+    const char* nl = std::strchr(p, '\n');
+    std::string line = nl ? std::string(p, nl) : std::string(p);
+    std::printf("%s\n", roffLine(line).c_str());
+    if (!nl) break;
+    p = nl + 1;
+  }
+  std::fputs(".fi\n", stdout);
+}
+
+void printManPage() {
+  std::printf(".TH KELP 1 \"\" \"kelp %s\" \"User Commands\"\n", KELP_VERSION_STRING);
+  std::puts(".SH NAME\nkelp \\- inspect catalogue data, XML, money amounts and settings");
+  std::puts(".SH SYNOPSIS\n.B kelp\n[\\-\\-version] [\\-\\-help]\n.I command\n[\\fIargs\\fR]");
+  std::puts(".SH DESCRIPTION");
+  printRoffBlock(kIntro);
+  std::puts(".PP");
+  printRoffBlock(kConventions);
+  std::puts(".SH COMMANDS");
+  for (const Family* f : kelp::tool::families()) {
+    std::printf(".SS %s\n", roffLine(std::string("kelp ") + f->name).c_str());
+    printRoffBlock(f->help);
+  }
+  std::puts(".SH EXIT STATUS\n0 success, 1 a failed check or operation, 2 bad usage.");
+}
+
+int runHelp(int argc, char** argv) {
+  if (argc < 3) {
+    printUsage(stdout);
+    return kelp::tool::kExitOk;
+  }
+  if (!std::strcmp(argv[2], "--man")) {
+    printManPage();
+    return kelp::tool::kExitOk;
+  }
+  for (const Family* f : kelp::tool::families()) {
+    if (!std::strcmp(f->name, argv[2])) {
+      std::fputs(f->help, stdout);
+      return kelp::tool::kExitOk;
+    }
+  }
+  std::fprintf(stderr, "kelp: '%s' is not a kelp command; see 'kelp --help'\n", argv[2]);
+  return kelp::tool::kExitUsage;
+}
+
+kelp::host::LogLevel logLevelFromEnvironment() {
+  const char* level = std::getenv("KELP_LOG");
+  static const struct {
+    const char* name;
+    kelp::host::LogLevel level;
+  } kLevels[] = {
+      {"fatal", kelp::host::LogLevel::Fatal},     {"error", kelp::host::LogLevel::Error},
+      {"warning", kelp::host::LogLevel::Warning}, {"notice", kelp::host::LogLevel::Notice},
+      {"info", kelp::host::LogLevel::Info},       {"debug", kelp::host::LogLevel::Debug}};
+  if (level)
+    for (const auto& l : kLevels)
+      if (!std::strcmp(level, l.name)) return l.level;
+  return kelp::host::LogLevel::Error;
+}
+
+// The user's language and country from the environment ("de_DE.UTF-8").
+void attachLocale(kelp::host::Application& app) {
+  const char* names[] = {"LC_ALL", "LC_MESSAGES", "LANG"};
+  std::string value;
+  for (const char* name : names) {
+    const char* v = std::getenv(name);
+    if (v && *v) {
+      value = v;
+      break;
+    }
+  }
+  auto locale = kelp::host::Locale::create();
+  std::string language = value.substr(0, value.find_first_of("_.@"));
+  if (language.size() >= 2 && language != "C" && language != "POSIX") {
+    locale->setLanguage(language);
+    locale->setLanguages({language});
+    auto us = value.find('_');
+    if (us != std::string::npos)
+      locale->setCountry(value.substr(us + 1, value.find_first_of(".@", us) - us - 1));
+  }
+  locale->attachTo(app);
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 2 || !std::strcmp(argv[1], "--help") || !std::strcmp(argv[1], "help")) {
-    std::fputs(kUsage, argc < 2 ? stderr : stdout);
-    return argc < 2 ? 2 : 0;
+  // Number formatting follows the user's locale where a command asks for it.
+  std::setlocale(LC_ALL, "");
+  if (argc < 2) {
+    printUsage(stderr);
+    return kelp::tool::kExitUsage;
   }
-  if (!std::strcmp(argv[1], "--version") || !std::strcmp(argv[1], "version")) {
+  if (!std::strcmp(argv[1], "--help") || !std::strcmp(argv[1], "-h")) {
+    printUsage(stdout);
+    return kelp::tool::kExitOk;
+  }
+  if (!std::strcmp(argv[1], "help")) return runHelp(argc, argv);
+  if (!std::strcmp(argv[1], "--version")) {
     std::printf("kelp %s (libkelp.so.0)\n", KELP_VERSION_STRING);
-    std::printf("Utility library for product catalogues, baskets and prices.\n");
-    return 0;
+    return kelp::tool::kExitOk;
+  }
+  for (const Family* f : kelp::tool::families()) {
+    if (std::strcmp(f->name, argv[1]) != 0) continue;
+    Invocation inv;
+    inv.family = f;
+    inv.args.assign(argv + 2, argv + argc);
+    for (const std::string& a : inv.args) {
+      if (a == "--") break;
+      if (a == "--help" || a == "-h") {
+        std::fputs(f->help, stdout);
+        return kelp::tool::kExitOk;
+      }
+    }
+    auto app = kelp::host::Application::create();
+    auto logger = kelp::host::StderrLogger::create(logLevelFromEnvironment());
+    app->installLogger(logger.get());
+    attachLocale(*app);
+    inv.app = app.get();
+    int status = f->run(inv);
+    std::fflush(stdout);
+    if (std::ferror(stdout)) {
+      std::fprintf(stderr, "kelp %s: cannot write the output\n", f->name);
+      return kelp::tool::kExitFailed;
+    }
+    app->close();
+    return status;
   }
   std::fprintf(stderr, "kelp: '%s' is not a kelp command; see 'kelp --help'\n", argv[1]);
-  return 2;
+  return kelp::tool::kExitUsage;
 }

@@ -1,0 +1,69 @@
+/* Runs the kelp tool as a process for the end-to-end tests: arguments,
+ * optional standard input and environment, and what came back. */
+#ifndef KELP_TEST_TOOL_RUNNER_H
+#define KELP_TEST_TOOL_RUNNER_H
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "test_support.h"
+
+namespace kelp::test {
+
+struct ToolResult {
+  int status = -1;  // exit status, or -1 when the tool died of a signal
+  std::string out;
+  std::string err;
+};
+
+/* Runs `kelp args...` with stdinText on standard input (empty: /dev/null's
+ * worth) and env added to the environment. The working directory is the
+ * source tree, so samples/... paths work as in the README. */
+inline ToolResult runKelp(const std::vector<std::string>& args, const std::string& stdinText = "",
+                          const std::map<std::string, std::string>& env = {}) {
+  TempDir dir;
+  std::string in = dir.file("stdin"), out = dir.file("stdout"), err = dir.file("stderr");
+  writeFile(in, stdinText);
+  pid_t pid = fork();
+  if (pid == 0) {
+    int fin = open(in.c_str(), O_RDONLY);
+    int fout = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    int ferr = open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    if (fin < 0 || fout < 0 || ferr < 0) _exit(127);
+    dup2(fin, 0);
+    dup2(fout, 1);
+    dup2(ferr, 2);
+    if (chdir(KELP_SOURCE_DIR) != 0) _exit(127);
+    // A fixed environment: messages and numbers must not follow the
+    // machine's locale unless a test asks for one.
+    setenv("LC_ALL", "C", 1);
+    unsetenv("LANG");
+    unsetenv("KELP_LOG");
+    for (const auto& [name, value] : env) setenv(name.c_str(), value.c_str(), 1);
+    std::vector<char*> argv;
+    std::string tool = KELP_TOOL_PATH;
+    argv.push_back(tool.data());
+    std::vector<std::string> copy = args;
+    for (std::string& a : copy) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    execv(tool.c_str(), argv.data());
+    _exit(127);
+  }
+  ToolResult result;
+  int wstatus = 0;
+  if (pid > 0 && waitpid(pid, &wstatus, 0) == pid && WIFEXITED(wstatus))
+    result.status = WEXITSTATUS(wstatus);
+  result.out = readFile(out);
+  result.err = readFile(err);
+  return result;
+}
+
+}  // namespace kelp::test
+
+#endif

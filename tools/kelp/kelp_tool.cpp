@@ -1,0 +1,181 @@
+// The kelp tool's shared plumbing: family table, options, inputs, reports.
+#include "kelp_tool.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace kelp::tool {
+
+namespace {
+
+std::vector<const Family*>& table() {
+  static std::vector<const Family*> all;
+  return all;
+}
+
+}  // namespace
+
+Registration::Registration(const Family& family) {
+  table().push_back(&family);
+}
+
+std::vector<const Family*> families() {
+  std::vector<const Family*> all = table();
+  std::sort(all.begin(), all.end(),
+            [](const Family* a, const Family* b) { return std::strcmp(a->name, b->name) < 0; });
+  return all;
+}
+
+int usageError(const Invocation& inv, const std::string& message) {
+  std::fprintf(inv.err, "kelp %s: %s\nsee 'kelp %s --help'\n", inv.family->name, message.c_str(),
+               inv.family->name);
+  return kExitUsage;
+}
+
+int failure(const Invocation& inv, const std::string& message) {
+  std::fprintf(inv.err, "kelp %s: %s\n", inv.family->name, message.c_str());
+  return kExitFailed;
+}
+
+void reportAt(const Invocation& inv, const std::string& file, long line,
+              const std::string& message) {
+  if (line > 0)
+    std::fprintf(inv.err, "%s:%ld: %s\n", file.c_str(), line, message.c_str());
+  else
+    std::fprintf(inv.err, "%s: %s\n", file.c_str(), message.c_str());
+}
+
+std::string ParsedArgs::get(const std::string& name, const std::string& fallback) const {
+  auto it = values.find(name);
+  return it == values.end() ? fallback : it->second;
+}
+
+bool parseArgs(const Invocation& inv, std::size_t first, const std::vector<OptionSpec>& specs,
+               ParsedArgs& parsed, int* status) {
+  bool optionsEnded = false;
+  for (std::size_t i = first; i < inv.args.size(); ++i) {
+    const std::string& arg = inv.args[i];
+    if (optionsEnded || arg.size() < 2 || arg[0] != '-' ||
+        (arg[1] != '-' && !std::isalpha(static_cast<unsigned char>(arg[1])))) {
+      // "-", "-5", "-1.5 EUR" and plain words are operands.
+      parsed.operands.push_back(arg);
+      continue;
+    }
+    if (arg == "--") {
+      optionsEnded = true;
+      continue;
+    }
+    if (arg[1] != '-') {
+      *status = usageError(inv, "unknown option '" + arg + "'");
+      return false;
+    }
+    std::string name = arg.substr(2);
+    std::string value;
+    bool inlineValue = false;
+    if (auto eq = name.find('='); eq != std::string::npos) {
+      value = name.substr(eq + 1);
+      name.resize(eq);
+      inlineValue = true;
+    }
+    auto spec = std::find_if(specs.begin(), specs.end(),
+                             [&](const OptionSpec& s) { return name == s.name; });
+    if (spec == specs.end()) {
+      *status = usageError(inv, "unknown option '--" + name + "'");
+      return false;
+    }
+    if (spec->takesValue && !inlineValue) {
+      if (i + 1 >= inv.args.size()) {
+        *status = usageError(inv, "option '--" + name + "' needs a value");
+        return false;
+      }
+      value = inv.args[++i];
+    } else if (!spec->takesValue && inlineValue) {
+      *status = usageError(inv, "option '--" + name + "' takes no value");
+      return false;
+    }
+    parsed.values[name] = value;
+  }
+  return true;
+}
+
+bool readInput(const std::string& path, std::string& data, std::string& message) {
+  data.clear();
+  if (path == "-") {
+    char buffer[65536];
+    std::size_t n;
+    while ((n = std::fread(buffer, 1, sizeof buffer, stdin)) > 0) data.append(buffer, n);
+    if (std::ferror(stdin)) {
+      message = std::string("cannot read: ") + std::strerror(errno);
+      return false;
+    }
+    return true;
+  }
+  std::FILE* f = std::fopen(path.c_str(), "rb");
+  if (!f) {
+    message = std::string("cannot open: ") + std::strerror(errno);
+    return false;
+  }
+  char buffer[65536];
+  std::size_t n;
+  while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0) data.append(buffer, n);
+  bool failed = std::ferror(f) != 0;
+  int error = errno;
+  std::fclose(f);
+  if (failed) {
+    // A folder opens but does not read.
+    message = std::string("cannot read: ") + std::strerror(error);
+    return false;
+  }
+  return true;
+}
+
+std::string displayName(const std::string& path) {
+  return path == "-" ? "<stdin>" : path;
+}
+
+Progress::Progress(const std::string& label, std::size_t total)
+    : label_(label), total_(total), active_(total >= (4u << 20) && isatty(STDERR_FILENO)) {}
+
+Progress::~Progress() {
+  finish();
+}
+
+void Progress::update(std::size_t done) {
+  if (!active_ || total_ == 0) return;
+  int percent = static_cast<int>(std::min<std::size_t>(done, total_) * 100 / total_);
+  if (percent == shown_) return;
+  shown_ = percent;
+  constexpr int kWidth = 40;
+  int filled = percent * kWidth / 100;
+  std::string bar(static_cast<std::size_t>(filled), '#');
+  bar.append(static_cast<std::size_t>(kWidth - filled), '.');
+  std::fprintf(stderr, "\r%s [%s] %3d%%", label_.c_str(), bar.c_str(), percent);
+  std::fflush(stderr);
+}
+
+void Progress::finish() {
+  if (!active_) return;
+  active_ = false;
+  if (shown_ >= 0) {
+    // Clear the line so that later messages start clean.
+    std::fprintf(stderr, "\r%*s\r", static_cast<int>(label_.size() + 48), "");
+    std::fflush(stderr);
+  }
+}
+
+bool parseInt(const std::string& text, long min, long max, long* out) {
+  if (text.empty()) return false;
+  errno = 0;
+  char* end = nullptr;
+  long value = std::strtol(text.c_str(), &end, 10);
+  if (errno != 0 || *end != '\0' || value < min || value > max) return false;
+  *out = value;
+  return true;
+}
+
+}  // namespace kelp::tool
