@@ -421,6 +421,9 @@ TEST(KelpCatalogue, EveryKindOfFaultyRecord) {
        "and must not be NaN"},
       {"<article id=\"f26\"><name lang=\"en\">x</name>\n<price currency=\"JPY\" value=\"Inf\"/>@\n",
        "article 'f26': price: attribute 'value' has invalid value 'Inf'"},
+      {"<article id=\"f27\"><name lang=\"en\">x</name>\n<price currency=\"EUR\" "
+       "value=\"9E+6144\">@<surcharge value=\"100\"/></price>\n",
+       "article 'f27': price in EUR is out of range"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.message);
@@ -447,6 +450,26 @@ TEST(KelpCatalogue, EveryKindOfFaultyRecord) {
                          "\nkelp catalogue: 1 invalid article left out\n");
     EXPECT_EQ(totalsOf(r.out), "totals\n  EUR 5.00 (1 article)\n");
   }
+}
+
+// A name set holds at most 255 languages; aa to jv are 256.
+TEST(KelpCatalogue, TooManyNames) {
+  std::string names;
+  for (int i = 0; i < 256; ++i) {
+    names += "<name lang=\"";
+    names += static_cast<char>('a' + i / 26);
+    names += static_cast<char>('a' + i % 26);
+    names += "\">n</name>\n";
+  }
+  TempDir dir;
+  std::string path = writeCatalogue(
+      dir, "<article id=\"many\">\n" + names + "<price currency=\"EUR\" value=\"1\"/></article>\n");
+  auto r = runKelp({"catalogue", "report", path});
+  EXPECT_EQ(r.status, 0);
+  // The 256th name is on line 4 + 1 + 255.
+  EXPECT_EQ(r.err, path +
+                       ":260: article 'many': too many names\n"
+                       "kelp catalogue: 1 invalid article left out\n");
 }
 
 TEST(KelpCatalogue, CharactersBeyondLatin1InDescriptions) {

@@ -692,7 +692,8 @@ class CatalogueHandler : public sax::DefaultHandler {
       fault(textLine_, "empty name" + inLanguage());
       return;
     }
-    article_->names->set(textLang_.c_str(), util::PString(name));
+    if (!article_->names->set(textLang_.c_str(), util::PString(name)))
+      fault(textLine_, "too many names");
   }
 
   void endDescription() {
@@ -704,7 +705,8 @@ class CatalogueHandler : public sax::DefaultHandler {
       return;
     }
     doc->release();
-    article_->descriptions->set(textLang_.c_str(), util::PString(page));
+    if (!article_->descriptions->set(textLang_.c_str(), util::PString(page)))
+      fault(textLine_, "too many descriptions");
   }
 
   void startPrice(const sax::Attributes& attrs, int line) {
@@ -779,7 +781,10 @@ class CatalogueHandler : public sax::DefaultHandler {
     for (const Adjustment& step : p.steps)
       value = value + (step.discount ? -step.percent : step.percent);
     p.value = value.round();
-    if (!p.value.isFinite() || p.value.isNegative()) {
+    if (!p.value.isFinite()) {
+      fault(p.line, "price in " + p.base.getUnit() + " is out of range");
+      p.faulty = true;
+    } else if (p.value.isNegative()) {
       fault(p.line, "price in " + p.base.getUnit() + " is negative (" +
                         util::formatDecimalCString(
                             p.value.amount, ECurrency::getDefaultFractionDigits(p.value.unit)) +
