@@ -195,8 +195,10 @@ TEST(KelpCatalogue, NamesFallBackLikeTranslatableStringSets) {
     SCOPED_TRACE(part);
     EXPECT_TRUE(contains(fr.out, part));
   }
-  // A language no article has: English names, English numbers.
-  auto it = runKelp({"catalogue", "report", "--lang", "it", kSample});
+  // A language no article has: English names, English numbers, also under
+  // a German locale.
+  auto it =
+      runKelp({"catalogue", "report", "--lang", "it", kSample}, "", {{"LC_ALL", "de_DE.UTF-8"}});
   ASSERT_EQ(it.status, 0);
   EXPECT_TRUE(contains(it.out, "\nDSK-1400  Height-adjustable desk\n"));
   EXPECT_TRUE(contains(it.out, "\nHUB-7050  USB-C hub, 7 ports\n"));

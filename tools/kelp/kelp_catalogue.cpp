@@ -924,14 +924,11 @@ class Report {
                 " not valid on " + date_->formatString();
     }
     if (html_) {
-      print(
-          "<!DOCTYPE HTML PUBLIC \"-//W3C//DTD HTML 4.01//EN\">\n<HTML>\n<HEAD>\n"
-          "<META http-equiv=\"Content-Type\" content=\"text/html; charset=UTF-8\">\n"
-          "<TITLE>Catalogue " +
-          htmlEscaped(c.id) +
-          "</TITLE>\n</HEAD>\n<BODY>\n"
-          "<H1>Catalogue " +
-          htmlEscaped(c.id) + "</H1>\n<P>" + htmlEscaped(header) + "\n");
+      const std::string title = "Catalogue " + htmlEscaped(c.id);
+      print("<!DOCTYPE HTML PUBLIC \"-//W3C//DTD HTML 4.01//EN\">\n<HTML>\n<HEAD>\n");
+      print("<META http-equiv=\"Content-Type\" content=\"text/html; charset=UTF-8\">\n");
+      print("<TITLE>" + title + "</TITLE>\n</HEAD>\n<BODY>\n<H1>" + title + "</H1>\n");
+      print("<P>" + htmlEscaped(header) + "\n");
     } else {
       print("catalogue " + c.id + ", " + header + "\n");
     }
