@@ -119,6 +119,13 @@ TEST(KelpRegistry, UsageErrorsAndDamagedHives) {
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.err.rfind("kelp registry: cannot open the current user's registry: ", 0), 0u)
       << r.err;
+  // A folder that is a file cannot take a hive.
+  std::string file = dir.file("plain");
+  kelp::test::writeFile(file, "");
+  r = runKelp({"registry", "set", "--dir", file, "A", "b", "c"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err.rfind("kelp registry: cannot open the current user's registry: ", 0), 0u)
+      << r.err;
 }
 
 TEST(KelpRegistry, TheEnvironmentNamesTheFolder) {
