@@ -9,9 +9,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -88,6 +91,43 @@ class EntityTextSource final : public InputSource {
   }
   ~EntityTextSource() override { entity_->release(); }
   EntityTextSource(const EntityTextSource&) = delete;
+
+  // A source lives for one reference. Its memory comes from a pool of the
+  // reader, which keeps a few blocks for the next ones; each block starts
+  // with the pool it goes back to.
+  class Pool {
+   public:
+    Pool() = default;
+    Pool(const Pool&) = delete;
+    Pool& operator=(const Pool&) = delete;
+    ~Pool() {
+      while (count_ > 0) ::operator delete(blocks_[--count_]);
+    }
+    void* take() {
+      void* block =
+          count_ > 0 ? blocks_[--count_] : ::operator new(kHeader + sizeof(EntityTextSource));
+      *static_cast<Pool**>(block) = this;
+      return static_cast<char*>(block) + kHeader;
+    }
+    void give(void* block) {
+      if (count_ == kMax)
+        ::operator delete(block);
+      else
+        blocks_[count_++] = block;
+    }
+
+   private:
+    static constexpr int kMax = 16;
+    void* blocks_[kMax];
+    int count_ = 0;
+  };
+  static constexpr std::size_t kHeader = alignof(std::max_align_t);
+  static void* operator new(std::size_t, Pool& pool) { return pool.take(); }
+  static void operator delete(void* object, Pool&) { operator delete(object); }
+  static void operator delete(void* object) {
+    void* block = static_cast<char*>(object) - kHeader;
+    (*static_cast<Pool**>(block))->give(block);
+  }
   EntityTextSource& operator=(const EntityTextSource&) = delete;
 
   bool good() override { return p_ < e_; }
@@ -274,6 +314,7 @@ struct SimpleXMLReader::Data {
     const char* name;
     size_t length;
     const char* value;
+    const char* colon;  // the name's first (with namespaces on), or null
   };
   std::vector<RawAttr> attrs;
   // The list handed to startElement, emptied and refilled for every tag.
@@ -293,13 +334,30 @@ struct SimpleXMLReader::Data {
 
   // Declared entities, parameter entities under "%" and their name; each
   // holds one reference. Kept from document to document.
-  std::unordered_map<std::string, Entity*> entities;
+  // Entity names are short: FNV-1a hashes them in fewer steps than the
+  // library's hash for long strings.
+  struct EntityHash {
+    using is_transparent = void;
+    size_t operator()(std::string_view s) const {
+      std::uint64_t h = 14695981039346656037ull;
+      for (char c : s) h = (h ^ static_cast<unsigned char>(c)) * 1099511628211ull;
+      return static_cast<size_t>(h);
+    }
+  };
+  struct Declared {
+    Entity* entity;
+    InternalEntity* internal;  // the same entity when it is internal, else null
+  };
+  std::unordered_map<std::string, Declared, EntityHash, std::equal_to<>> entities;
   EntityLimits limits;
   EntityCounters counters;
+  // Memory for the sources of internal entity text; it outlives them, as
+  // each parse empties its input stack before it returns.
+  EntityTextSource::Pool sourcePool;
 
   ~Data() {
     closeCodec();
-    for (auto& e : entities) e.second->release();
+    for (auto& e : entities) e.second.entity->release();
   }
 
   void closeCodec() {
@@ -344,7 +402,7 @@ struct SimpleXMLReader::Data {
   // ---- scanning -----------------------------------------------------------
 
   // Skips white space; true when there was any.
-  bool skipSpace() {
+  [[gnu::always_inline]] bool skipSpace() {
     bool any = false;
     for (;;) {
       if (cur.p == cur.e && !cur.fill()) return any;
@@ -522,25 +580,48 @@ struct SimpleXMLReader::Data {
   // Reads a name into the scratch allocator; null (nothing reported) when no
   // name starts here. ASCII names that end inside the window take the first
   // loop only.
+  // Also notes where the name's first colon stands and whether there are
+  // more (nameColon, nameColons); the scan stops at each colon, so this
+  // costs nothing per character.
   char* readName(size_t* length) {
     if (cur.p == cur.e && !cur.fill()) return nullptr;
     const char* s = cur.p;
     const char* p = s;
     if (scanClass(*p) & detail::kNameStart) {
+      const char* colon = *p == ':' ? p : nullptr;
+      int colons = colon != nullptr;
       ++p;
-      while (p < cur.e && (scanClass(*p) & detail::kNameChar)) ++p;
-      if (p < cur.e && !(scanClass(*p) & detail::kNonAscii)) {
+      std::uint16_t c = 0;
+      for (;;) {
+        while (p < cur.e && ((c = scanClass(*p)) & detail::kNamePart)) ++p;
+        // A name character that is no name part is a colon.
+        if (p == cur.e || !(c & detail::kNameChar)) break;
+        if (!colons++) colon = p;
+        ++p;
+      }
+      if (p < cur.e && !(c & detail::kNonAscii)) {
         cur.p = p;
         *length = static_cast<size_t>(p - s);
-        return scratchCopy(s, *length);
+        char* name = scratchCopy(s, *length);
+        nameColon = colon ? name + (colon - s) : nullptr;
+        nameColons = colons;
+        return name;
       }
     } else if (!(scanClass(*p) & detail::kNonAscii)) {
       return nullptr;
     }
     nameBuf.assign(s, static_cast<size_t>(p - s));
     cur.p = p;
-    return readNameRest(false, length);
+    char* name = readNameRest(false, length);
+    if (name) {
+      nameColon = static_cast<char*>(std::memchr(name, ':', *length));
+      nameColons = 0;
+      for (size_t i = 0; i < *length; ++i) nameColons += name[i] == ':';
+    }
+    return name;
   }
+  const char* nameColon = nullptr;
+  int nameColons = 0;
 
   // A name token (any name character may come first), or null.
   char* readNmToken(size_t* length) {
@@ -732,13 +813,26 @@ struct SimpleXMLReader::Data {
       }
       return deliverCodePoint(where, cp, out);
     }
+    // The common case: a declared entity whose ASCII name and ";" lie in the
+    // window (and so in the entity of the "&").
+    if (!entities.empty() && c >= 0 && (scanClass(*cur.p) & detail::kNameStart)) {
+      const char* q = cur.p + 1;
+      while (q < cur.e && (scanClass(*q) & detail::kNameChar)) ++q;
+      if (q < cur.e && *q == ';') {
+        auto it = entities.find(std::string_view(cur.p, static_cast<size_t>(q - cur.p)));
+        if (it != entities.end()) {
+          cur.p = q + 1;
+          return pushEntity(where, it->second);
+        }
+      }
+    }
     void* mark = scratch.getAllocBase();
     size_t n = 0;
     const char* name = readName(&n);
     if (!name) return cur.peek() < 0 ? endOfInput() : fatal(kNameExpected);
     if (!expect(';')) return false;
     if (currentEntity() != entity) return fatal(kCrossesEntity);
-    bool ok = entityReference(where, quote, name, out);
+    bool ok = entityReference(where, quote, name, n, out);
     scratch.setAllocBase(mark);
     return ok;
   }
@@ -764,9 +858,10 @@ struct SimpleXMLReader::Data {
   // character starts the next run of character data. A name the reader does
   // not know goes to skippedEntity, in content and in attribute values
   // alike.
-  bool entityReference(RefContext where, char quote, const char* name, std::string& out) {
+  bool entityReference(RefContext where, char quote, const char* name, size_t length,
+                       std::string& out) {
     if (!entities.empty()) {
-      auto it = entities.find(name);
+      auto it = entities.find(std::string_view(name, length));
       if (it != entities.end()) return pushEntity(where, it->second);
     }
     if (html4Entities) {
@@ -801,8 +896,8 @@ struct SimpleXMLReader::Data {
     length += kExpansionCharge;
     std::size_t open = input->depth() - 1;
     if (open >= limits.maxDepth) return fatal(kExpansionLimit);
-    std::size_t budget = cur.outerBytes * limits.expansionFactor;
-    if (cur.outerBytes && budget / cur.outerBytes != limits.expansionFactor)
+    std::size_t budget;
+    if (__builtin_mul_overflow(cur.outerBytes, limits.expansionFactor, &budget))
       budget = static_cast<std::size_t>(-1);
     if (budget < limits.minExpansion) budget = limits.minExpansion;
     if (length > budget || counters.expandedBytes > budget - length) return fatal(kExpansionLimit);
@@ -818,7 +913,8 @@ struct SimpleXMLReader::Data {
   unsigned serial = 0;
   unsigned currentEntity() {
     if (serial == 0) return 0;  // no entity read yet in this parse
-    instances.resize(input->depth());
+    const std::size_t depth = input->depth();
+    if (depth != instances.size()) instances.resize(depth);
     return instances.back();
   }
   void enterEntity() {
@@ -827,14 +923,15 @@ struct SimpleXMLReader::Data {
   }
 
   // Reads a declared entity in place: its source goes on the input stack.
-  bool pushEntity(RefContext where, Entity* entity) {
+  bool pushEntity(RefContext where, const Declared& declared) {
     cur.drop();
-    if (auto* internal = dynamic_cast<InternalEntity*>(entity)) {
+    if (InternalEntity* internal = declared.internal) {
       if (!withinLimits(internal->getReplacementText().size())) return false;
-      input->push(new EntityTextSource(input->top(), internal));
+      input->push(new (sourcePool) EntityTextSource(input->top(), internal));
       enterEntity();
       return true;
     }
+    Entity* entity = declared.entity;
     Locator here = input->getLocator();
     auto* external = dynamic_cast<ExternalEntity*>(entity);
     if (!external) return content->skippedEntity(entity->getName().c_str()) || refused(content);
@@ -943,13 +1040,19 @@ struct SimpleXMLReader::Data {
   // With namespaces on, element and attribute names are qualified names: at
   // most one colon, with a name on either side of it; and no element has
   // the prefix xmlns.
-  bool checkQName(const char* name, size_t length, bool isElement) {
-    const char* colon = static_cast<const char*>(std::memchr(name, ':', length));
-    if (!colon) return true;
+  // colon: the first; colons: how many the name holds. The usual valid
+  // name passes the first test.
+  bool checkQName(const char* name, size_t length, const char* colon, int colons, bool isElement) {
+    if (colons == 1 && colon != name && colon + 1 != name + length &&
+        (scanClass(colon[1]) & detail::kNameStart) && !(isElement && colon - name == 5))
+      return true;
+    return checkQNameFully(name, length, colon, colons, isElement);
+  }
+  bool checkQNameFully(const char* name, size_t length, const char* colon, int colons,
+                       bool isElement) {
     const char* local = colon + 1;
     const char* end = name + length;
-    bool ok =
-        colon != name && local != end && !std::memchr(local, ':', static_cast<size_t>(end - local));
+    bool ok = colons == 1 && colon != name && local != end;
     if (ok && !(scanClass(*local) & detail::kNameStart))
       ok = (scanClass(*local) & detail::kNonAscii) &&
            (!useUtf8 || detail::utf8NameChar(local, end, true) > 0);
@@ -986,14 +1089,14 @@ struct SimpleXMLReader::Data {
   }
 
   // Splits a qualified name: uri and localName per the namespace rules.
-  void resolve(const char* qName, size_t length, bool isElement, const char** uri,
+  // colon is the name's first colon, or null.
+  void resolve(const char* qName, const char* colon, bool isElement, const char** uri,
                const char** localName) {
     if (!namespaces) {
       *uri = kEmpty;
       *localName = kEmpty;
       return;
     }
-    const char* colon = static_cast<const char*>(std::memchr(qName, ':', length));
     if (!colon) {
       *uri = isElement ? defaultUri : kEmpty;
       *localName = qName;
@@ -1013,8 +1116,10 @@ struct SimpleXMLReader::Data {
     size_t qLength = 0;
     const char* qName = readName(&qLength);
     if (!qName) return cur.peek() < 0 ? endOfInput() : fatal(kNameExpected);
+    const char* qColon = namespaces ? nameColon : nullptr;
     // (At the end of input that is the error to report.)
-    if (namespaces && cur.peek() >= 0 && !checkQName(qName, qLength, true)) return false;
+    if (qColon && cur.peek() >= 0 && !checkQName(qName, qLength, qColon, nameColons, true))
+      return false;
     size_t bindingsBefore = bindings.size();
     attrs.clear();
     bool empty = false;
@@ -1036,6 +1141,8 @@ struct SimpleXMLReader::Data {
       size_t nameLength = 0;
       const char* name = readName(&nameLength);
       if (!name) return fatal(kNameExpected);
+      const char* colon = namespaces ? nameColon : nullptr;
+      const int colons = nameColons;
       skipSpace();
       if (!expect('=')) return false;
       skipSpace();
@@ -1045,7 +1152,7 @@ struct SimpleXMLReader::Data {
       cur.skip();
       const char* v = readAttributeValue(static_cast<char>(c));
       if (!v) return false;
-      if (namespaces && !checkQName(name, nameLength, false)) return false;
+      if (colon && !checkQName(name, nameLength, colon, colons, false)) return false;
       if (isNamespaceDeclaration(name)) {
         if (namespaces) {
           const char* prefix = name[5] ? name + 6 : kEmpty;
@@ -1057,20 +1164,20 @@ struct SimpleXMLReader::Data {
         }
       }
       if (attrs.capacity() == 0) attrs.reserve(32);
-      attrs.push_back({name, nameLength, v});
+      attrs.push_back({name, nameLength, v, colon});
     }
 
     if (currentEntity() != entity) return fatal(kCrossesEntity);
     const char* uri;
     const char* localName;
-    resolve(qName, qLength, true, &uri, &localName);
+    resolve(qName, qColon, true, &uri, &localName);
     reader->clearAttributes(&list);
     if (!attrs.empty()) {
       reader->reserveAttributes(&list, static_cast<unsigned>(attrs.size()));
       for (const RawAttr& a : attrs) {
         const char* aUri;
         const char* aLocal;
-        resolve(a.name, a.length, false, &aUri, &aLocal);
+        resolve(a.name, a.colon, false, &aUri, &aLocal);
         reader->addAttribute(&list, aUri, aLocal, a.name, kCData, a.value);
       }
     }
@@ -1498,7 +1605,7 @@ struct SimpleXMLReader::Data {
     if (!n || !expect(';')) return false;
     std::string key = std::string("%") + n;
     auto it = entities.find(key);
-    if (it != entities.end() && dynamic_cast<InternalEntity*>(it->second))
+    if (it != entities.end() && it->second.internal)
       return pushEntity(RefContext::Content, it->second);
     return content->skippedEntity(key.c_str()) || refused(content);
   }
@@ -1737,7 +1844,8 @@ struct SimpleXMLReader::Data {
 
   void declare(const std::string& key, Entity* entity) {
     entity->addRef();
-    auto [it, inserted] = entities.try_emplace(key, entity);
+    auto [it, inserted] = entities.try_emplace(key, Declared{entity, nullptr});
+    if (inserted) it->second.internal = dynamic_cast<InternalEntity*>(entity);
     if (!inserted) entity->release();
   }
 
@@ -1931,7 +2039,7 @@ SimpleXMLReader::EntityCounters SimpleXMLReader::getEntityCounters() const {
 }
 const SimpleXMLReader::Entity* SimpleXMLReader::getEntity(const std::string& name) const {
   auto it = d->entities.find(name);
-  return it == d->entities.end() ? nullptr : it->second;
+  return it == d->entities.end() ? nullptr : it->second.entity;
 }
 
 bool SimpleXMLReader::parse(const std::string& systemId) {

@@ -27,7 +27,8 @@ enum : std::uint16_t {
   kQuestionStop = 1u << 8,  // processing instruction: '?'
   kForbidden = 1u << 9,     // control characters XML does not allow
   kUtf8Check = 1u << 10,    // lead bytes of surrogates, U+FFFE/F, > U+10FFFF
-  kNonAscii = 1u << 11      // bytes from 0x80: names check them one character at a time
+  kNonAscii = 1u << 11,     // bytes from 0x80: names check them one character at a time
+  kNamePart = 1u << 12      // name characters but ':', which splits qualified names
 };
 
 struct ScanClassTable {
@@ -52,6 +53,7 @@ struct ScanClassTable {
       if (c == '\'') f |= kAttrSqStop;
       if (c == '-') f |= kDashStop;
       if (c == '?') f |= kQuestionStop;
+      if ((f & kNameChar) && c != ':') f |= kNamePart;
       v[c] = f;
     }
   }
@@ -119,19 +121,21 @@ inline int utf8Length(unsigned char b) {
 // before any direct call on the source and before an error is reported, so
 // the source's line number is exact whenever anyone can see it.
 struct Cursor {
-  InputSource* in = nullptr;
+  InputSource* in = nullptr;   // the source the window belongs to
   const char* mark = nullptr;  // first byte not yet committed
   const char* p = nullptr;
   const char* e = nullptr;
   int lineFeeds = 0;  // line feeds among [mark, p)
-  // With a stack: whether the window belongs to an entity pushed on it, and
-  // the bytes taken from the outermost source.
+  // With a stack: the runs come straight from its top source (the stack is
+  // only asked to pop an exhausted one); whether the window belongs to an
+  // entity pushed on it, and the bytes taken from the outermost source.
   StackedInputSource* stack = nullptr;
+  InputSource* base = nullptr;
   bool inEntity = false;
   std::size_t outerBytes = 0;
 
   void attach(InputSource* source, StackedInputSource* stacked = nullptr) {
-    in = source;
+    in = base = stacked ? stacked->top() : source;
     stack = stacked;
     mark = p = e = nullptr;
     lineFeeds = 0;
@@ -159,13 +163,22 @@ struct Cursor {
     commit();
     const char* b = nullptr;
     const char* end = nullptr;
-    if (!in->peekRun(&b, &end) || b == end) {
+    if (stack) {
+      in = stack->top();
+      while (!in->peekRun(&b, &end) || b == end) {
+        if (!stack->pop()) {
+          mark = p = e = nullptr;
+          return false;
+        }
+        in = stack->top();
+      }
+      inEntity = in != base;
+    } else if (!in->peekRun(&b, &end) || b == end) {
       mark = p = e = nullptr;
       return false;
     }
     mark = p = b;
     e = end;
-    inEntity = stack && stack->depth() > 1;
     return true;
   }
   // The next byte (0..255) without taking it, or -1 at the end.

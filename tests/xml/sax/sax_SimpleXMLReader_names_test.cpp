@@ -307,3 +307,26 @@ TEST(SimpleXMLReaderNames, InternalEntityTextReadInPlace) {
   EXPECT_EQ(rec.lastFatal.getSystemId(), "test.xml");
   EXPECT_EQ(rec.lastFatal.getLineNumber(), 3);
 }
+
+TEST(SimpleXMLReaderNames, DeeplyNestedEntityTextAndReuse) {
+  // Forty entities, each referring to the next: more sources open at once
+  // than the reader keeps memory for, then all of them closed again; the
+  // same reader then reads the same text once more.
+  std::string dtd = "<!DOCTYPE r [";
+  for (int i = 0; i < 40; ++i)
+    dtd += "<!ENTITY e" + std::to_string(i) + " '" + std::to_string(i % 10) + "&e" +
+           std::to_string(i + 1) + ";'>";
+  dtd += "<!ENTITY e40 'end'>]>";
+  std::string digits;
+  for (int i = 0; i < 40; ++i) digits += std::to_string(i % 10);
+  Recorder rec;
+  SimpleXMLReader reader(nullptr);
+  install(reader, rec, Options());
+  for (int round = 0; round < 2; ++round) {
+    SCOPED_TRACE(round);
+    rec.lines.clear();
+    ISInputSource source("", "nested.xml", new std::istringstream(dtd + "<r>&e0;|&e0;</r>"), true);
+    EXPECT_TRUE(reader.parse(&source)) << rec.text();
+    EXPECT_EQ(rec.chars(), digits + "end|" + digits + "end");
+  }
+}
