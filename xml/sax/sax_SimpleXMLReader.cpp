@@ -814,8 +814,9 @@ struct SimpleXMLReader::Data {
       return deliverCodePoint(where, cp, out);
     }
     // The common case: a declared entity whose ASCII name and ";" lie in the
-    // window (and so in the entity of the "&").
-    if (!entities.empty() && c >= 0 && (scanClass(*cur.p) & detail::kNameStart)) {
+    // window, which belongs to the entity of the "&".
+    if (!entities.empty() && c >= 0 && (scanClass(*cur.p) & detail::kNameStart) &&
+        currentEntity() == entity) {
       const char* q = cur.p + 1;
       while (q < cur.e && (scanClass(*q) & detail::kNameChar)) ++q;
       if (q < cur.e && *q == ';') {

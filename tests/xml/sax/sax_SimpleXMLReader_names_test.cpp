@@ -299,6 +299,12 @@ TEST(SimpleXMLReaderNames, InternalEntityTextReadInPlace) {
     if (l == "start {}x x v={}v:A-A") ++starts;
   EXPECT_EQ(starts, 300u);
 
+  // A reference begun in entity text does not end outside it, also when
+  // the name outside is that of a declared entity.
+  Recorder crossing;
+  run("<!DOCTYPE r [<!ENTITY e '&#38;'><!ENTITY x 'X'>]><r>&e;x;</r>", Options(), &crossing);
+  EXPECT_EQ(crossing.lastFatal.getMessage(), "syntax error (markup crosses an entity boundary)");
+
   // An error inside entity text names the referring document and counts
   // lines within the text.
   Recorder rec;
