@@ -780,6 +780,7 @@ struct SimpleXMLReader::Data {
   // by appending to out.
   bool reference(RefContext where, char quote, std::string& out) {
     const unsigned entity = currentEntity();
+    InputSource* const source = cur.in;  // that of the "&"
     int c = cur.peek();
     if (c == '#') {
       cur.skip();
@@ -814,9 +815,10 @@ struct SimpleXMLReader::Data {
       return deliverCodePoint(where, cp, out);
     }
     // The common case: a declared entity whose ASCII name and ";" lie in the
-    // window, which belongs to the entity of the "&".
-    if (!entities.empty() && c >= 0 && (scanClass(*cur.p) & detail::kNameStart) &&
-        currentEntity() == entity) {
+    // window, which still belongs to the source of the "&" (the window only
+    // changes sources when an exhausted one was left).
+    if (!entities.empty() && c >= 0 && cur.in == source &&
+        (scanClass(*cur.p) & detail::kNameStart)) {
       const char* q = cur.p + 1;
       while (q < cur.e && (scanClass(*q) & detail::kNameChar)) ++q;
       if (q < cur.e && *q == ';') {
