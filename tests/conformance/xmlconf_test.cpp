@@ -89,19 +89,15 @@ const char* const kCategories[] = {"valid", "invalid", "not-wf", "error"};
 // The reasons for which a test case may differ, as known_deviations.txt
 // names them.
 const char* const kRules[] = {
-    "no-attribute-defaults",            // declared attribute defaults are not applied
-    "no-attribute-normalisation",       // attribute values are not normalised by type
-    "no-external-subset",               // the external DTD subset is not read
-    "content-after-root",               // input after the document element is not read
-    "no-duplicate-attributes",          // duplicate attribute names are not detected
-    "undeclared-entity-skipped",        // an unknown entity name goes to skippedEntity
-    "undeclared-prefix-allowed",        // an unbound prefix gives an empty URI, no error
-    "cdata-end-in-text",                // "]]>" in character data ends the run quietly
-    "name-characters-unchecked",        // bytes from 0x80 are name characters
-    "unicode-noncharacters-unchecked",  // UTF-8 passes through; declarations unchecked
-    "namespace-constraints-unchecked",  // QName syntax, reserved prefixes
-    "charref-fallback",                 // surrogate or out-of-range reference gives "?"
-    "canonical-dtd-pi",                 // this test's canonical writer drops DTD PIs
+    "no-attribute-defaults",       // declared attribute defaults are not applied
+    "no-attribute-normalisation",  // attribute values are not normalised by type
+    "no-external-subset",          // the external DTD subset is not read
+    "content-after-root",          // input after the document element is not read
+    "no-duplicate-attributes",     // duplicate attribute names are not detected
+    "undeclared-entity-skipped",   // an unknown entity name goes to skippedEntity
+    "undeclared-prefix-allowed",   // an unbound prefix gives an empty URI, no error
+    "cdata-end-in-text",           // "]]>" in character data ends the run quietly
+    "charref-fallback",            // an unconvertible character reference gives "?"
 };
 
 // Output beyond this size stops a document: no test case comes near it.
