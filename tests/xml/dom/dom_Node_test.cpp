@@ -571,6 +571,27 @@ TEST(DomNodeStorage, NodesKeepTheirContentWhateverIsFreedFirst) {
   EXPECT_EQ(children, (kCount + 2) / 3);
 }
 
+#if defined(__SANITIZE_ADDRESS__)
+#define KELP_TEST_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KELP_TEST_ASAN 1
+#endif
+#endif
+
+#ifdef KELP_TEST_ASAN
+// Under AddressSanitizer a freed node is caught even while the other nodes
+// of its block live.
+TEST(DomNodeStorageDeathTest, AFreedNodeIsPoisoned) {
+  zob::Ref<Document> doc = Document::create();
+  zob::Ref<Element> before = doc->createElement("before");
+  Element* freed = doc->createElement("freed").get();  // gone at once
+  zob::Ref<Element> after = doc->createElement("after");
+  EXPECT_EQ(after->getTagName(), "after");
+  EXPECT_DEATH((void)*static_cast<volatile int*>(static_cast<void*>(freed)), "use-after-poison");
+}
+#endif
+
 // An element with many attributes: their list outgrows what a storage block
 // holds.
 TEST(DomNodeStorage, ManyAttributes) {
