@@ -50,7 +50,11 @@ struct alignas(16) NodeHeader {
 };
 
 constexpr std::size_t kHeaderBytes = sizeof(NodeHeader);
-constexpr std::size_t kBlockBytes = 16 * 1024 - 64;
+// Blocks grow from the first to the largest size, doubling, so that a small
+// document takes little and a large one few blocks; what would take more
+// than an eighth of the largest block is allocated alone.
+constexpr std::size_t kFirstBlockBytes = 2 * 1024 - 64;
+constexpr std::size_t kLargestBlockBytes = 64 * 1024 - 64;
 constexpr std::int32_t kOpen = 1 << 30;
 
 constexpr std::size_t slotBytes(std::size_t size) {
@@ -81,6 +85,7 @@ void unpoison(void* p, std::size_t n) {
 
 struct NodeArena::Block {
   std::int32_t live;
+  std::uint32_t bytes;
 };
 
 namespace {
@@ -91,7 +96,7 @@ void releaseBlock(NodeArena::Block* block, std::int32_t count) noexcept {
   const std::int32_t left = __atomic_sub_fetch(&block->live, count, __ATOMIC_ACQ_REL);
   if (left < 0) std::abort();  // more nodes freed than placed: memory is corrupt
   if (left == 0) {
-    unpoison(block, kBlockBytes);
+    unpoison(block, block->bytes);
     std::free(block);
   }
 }
@@ -133,14 +138,18 @@ void NodeArena::release(void* p) noexcept {
 void* NodeArena::allocate(std::size_t size) noexcept {
   const std::size_t bytes = slotBytes(size);
   if (static_cast<std::size_t>(end_ - next_) < bytes) {
-    if (bytes > kBlockBytes / 8) return allocateAlone(size);
-    void* memory = std::malloc(kBlockBytes);
+    if (bytes > kLargestBlockBytes / 8) return allocateAlone(size);
+    std::size_t blockBytes =
+        block_ ? 2 * (static_cast<std::size_t>(block_->bytes) + 64) - 64 : kFirstBlockBytes;
+    if (blockBytes > kLargestBlockBytes) blockBytes = kLargestBlockBytes;
+    if (blockBytes < kHeaderBytes + bytes) blockBytes = kHeaderBytes + bytes;
+    void* memory = std::malloc(blockBytes);
     if (!memory) return nullptr;
     close();
-    block_ = new (memory) Block{kOpen};
+    block_ = new (memory) Block{kOpen, static_cast<std::uint32_t>(blockBytes)};
     placed_ = 0;
     next_ = static_cast<char*>(memory) + kHeaderBytes;
-    end_ = static_cast<char*>(memory) + kBlockBytes;
+    end_ = static_cast<char*>(memory) + blockBytes;
     poison(next_, static_cast<std::size_t>(end_ - next_));
   }
   auto* h = reinterpret_cast<NodeHeader*>(next_);

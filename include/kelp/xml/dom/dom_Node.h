@@ -48,8 +48,9 @@ class AttrNodeMap;
 class ChildNodeList;
 class Document;
 
-/* Storage for the nodes a document makes: blocks of a few kilobytes, in
- * which nodes are placed one after the other. A block is freed with the
+/* Storage for the nodes a document makes: blocks, growing from 2 KB to
+ * 64 KB as the document grows, in which nodes are placed one after the
+ * other. A block is freed with the
  * last node placed in it (nodes may outlive their document and move to
  * other documents: the block goes with the node, not with the document).
  * The space of a node freed early is not reused, so one live node keeps its
