@@ -67,6 +67,14 @@ class Toucher : public DefaultHandler {
     sum += touch(c);
     return go();
   }
+  bool startEntity(const char* n) override {
+    sum += touch(n);
+    return go();
+  }
+  bool endEntity(const char* n) override {
+    sum += touch(n);
+    return go();
+  }
   bool startDTD(const char* n, const char* p, const char* s) override {
     sum += touch(n) + touch(p) + touch(s);
     return go();

@@ -460,13 +460,19 @@ struct SimpleXMLReader::Data {
 
   // Appends input to out up to the next byte of class stop other than CR and
   // LF; CR LF and a lone CR arrive as LF. Returns that byte, not taken, -1
-  // at the end of input, or -2 after reporting a forbidden character.
-  int scanText(std::uint16_t stop, std::string& out) {
+  // at the end of input, or -2 after reporting a forbidden character. With
+  // untilEntityEnd, returns kEntityEnded as soon as an entity whose end is
+  // to be reported has been read to its end (see reportEntityEnds).
+  static constexpr int kEntityEnded = -3;
+  int scanText(std::uint16_t stop, std::string& out, bool untilEntityEnd = false) {
     // UTF-8 output is the input's own bytes: the characters that XML
     // forbids and a decoder would not have let through are looked for here.
     if (useUtf8) stop |= detail::kUtf8Check;
     for (;;) {
-      if (cur.p == cur.e && !cur.fill()) return -1;
+      if (cur.p == cur.e) {
+        if (!cur.fill()) return -1;
+        if (untilEntityEnd && cur.ended) return kEntityEnded;
+      }
       const char* s = cur.p;
       const char* p = s;
       const char* e = cur.e;
@@ -524,6 +530,7 @@ struct SimpleXMLReader::Data {
           cur.p = p + 1;
           if (cur.p == cur.e && !cur.fill()) return -1;
           if (*cur.p == '\n') cur.skip();
+          if (untilEntityEnd && cur.ended) return kEntityEnded;
           s = p = cur.p;
           e = cur.e;
           continue;
@@ -925,13 +932,61 @@ struct SimpleXMLReader::Data {
     instances.push_back(++serial);
   }
 
+  // Entities read as content (not those in attribute values) are reported
+  // to a lexical handler of the client's own: startEntity before the first
+  // event of their text, endEntity once their source has left the input
+  // stack. The reported ones still open, innermost last, with the depth of
+  // their source and their serial number.
+  struct Started {
+    std::size_t depth;
+    unsigned serial;
+    const Entity* entity;
+  };
+  std::vector<Started> started;
+
+  bool reportsEntity(RefContext where) const {
+    return where == RefContext::Content && lexical && lexical != &defaultHandler;
+  }
+  // After the source of a reported entity was pushed.
+  void watchEntity(const Entity* entity) {
+    started.push_back({input->depth(), serial, entity});
+    cur.watchDepth = input->depth();
+  }
+  // Reports the end of each reported entity whose source has left the
+  // stack, innermost first. An element that began in such an entity and is
+  // still open crosses its boundary.
+  bool reportEntityEnds() {
+    cur.ended = false;
+    const std::size_t depth = input->depth();
+    while (!started.empty() && started.back().depth > depth) {
+      const Started s = started.back();
+      if (!open.empty() && open.back().entity == s.serial) return fatal(kCrossesEntity);
+      started.pop_back();
+      cur.watchDepth = started.empty() ? 0 : started.back().depth;
+      if (!lexical->endEntity(s.entity->getName().c_str())) return refused(lexical);
+    }
+    return true;
+  }
+  // In content: the character data read so far from the entities that
+  // ended, then their ends.
+  bool textThenEntityEnds() {
+    if (!text.empty()) {
+      if (!content->characters(text.c_str())) return refused(content);
+      text.clear();
+    }
+    return reportEntityEnds();
+  }
+
   // Reads a declared entity in place: its source goes on the input stack.
   bool pushEntity(RefContext where, const Declared& declared) {
     cur.drop();
+    const bool report = reportsEntity(where);
     if (InternalEntity* internal = declared.internal) {
       if (!withinLimits(internal->getReplacementText().size())) return false;
+      if (report && !lexical->startEntity(internal->getName().c_str())) return refused(lexical);
       input->push(new (sourcePool) EntityTextSource(input->top(), internal));
       enterEntity();
+      if (report) watchEntity(internal);
       return true;
     }
     Entity* entity = declared.entity;
@@ -951,8 +1006,13 @@ struct SimpleXMLReader::Data {
       return refused(resolver);
     }
     if (!source && !(source = openEntity(external, here))) return false;
+    if (report && !lexical->startEntity(external->getName().c_str())) {
+      delete source;
+      return refused(lexical);
+    }
     input->push(source);
     enterEntity();
+    if (report) watchEntity(external);
     return externalEntityStart(source);
   }
 
@@ -1306,17 +1366,22 @@ struct SimpleXMLReader::Data {
   }
 
   // Content of the open elements, until the document element is closed.
+  // Reported entities end between the runs of character data that they and
+  // their surroundings give.
   bool elementContent() {
     while (!open.empty()) {
-      int c = scanText(detail::kTextStop, text);
+      if (cur.ended && !textThenEntityEnds()) return false;
+      int c = scanText(detail::kTextStop, text, true);
+      if (c == kEntityEnded) continue;
       bool markupFollows = false;
       if (c == ']') {
         size_t brackets = 0;
         while (cur.peek() == ']') {
+          if (cur.ended && !textThenEntityEnds()) return false;
           cur.skip();
           ++brackets;
+          text += ']';
         }
-        text.append(brackets, ']');
         if (brackets < 2 || cur.peek() != '>') continue;
         // "]]>" ends the run; what follows must be markup.
         cur.skip();
@@ -1328,6 +1393,7 @@ struct SimpleXMLReader::Data {
         if (!content->characters(text.c_str())) return refused(content);
         text.clear();
       }
+      if (cur.ended && !reportEntityEnds()) return false;
       if (c != '<' && markupFollows) return expected("<");
       cur.skip();
       if (c == '&') {
@@ -1571,11 +1637,14 @@ struct SimpleXMLReader::Data {
   bool internalSubset() {
     for (;;) {
       skipSpace();
+      if (cur.ended && !reportEntityEnds()) return false;
       int c = cur.peek();
       if (c < 0) return endOfInput();
       void* mark = scratch.getAllocBase();
       bool ok;
       if (c == ']') {
+        // Parameter entities hold whole declarations, never the subset's end.
+        if (currentEntity() != 0) return fatal(kCrossesEntity);
         cur.skip();
         return true;
       } else if (c == '%') {
@@ -1946,6 +2015,7 @@ struct SimpleXMLReader::Data {
     counters = EntityCounters();
     instances.assign(1, 0);
     serial = 0;
+    started.clear();
     content->setDocumentLocator(stacked.getLocator());
     bool ok = false;
     if (content->startDocument())
@@ -1958,6 +2028,7 @@ struct SimpleXMLReader::Data {
     input = nullptr;
     cur.attach(nullptr);
     open.clear();
+    started.clear();
     scratch.setAllocBase(base);
     return ok;
   }

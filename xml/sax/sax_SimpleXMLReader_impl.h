@@ -133,6 +133,10 @@ struct Cursor {
   InputSource* base = nullptr;
   bool inEntity = false;
   std::size_t outerBytes = 0;
+  // Entity ends to report: set once the stack is below watchDepth, the
+  // depth of the innermost entity whose end is awaited (0: none).
+  std::size_t watchDepth = 0;
+  bool ended = false;
 
   void attach(InputSource* source, StackedInputSource* stacked = nullptr) {
     in = base = stacked ? stacked->top() : source;
@@ -141,6 +145,8 @@ struct Cursor {
     lineFeeds = 0;
     inEntity = false;
     outerBytes = 0;
+    watchDepth = 0;
+    ended = false;
   }
   void commit() {
     if (p != mark) {
@@ -167,12 +173,14 @@ struct Cursor {
       in = stack->top();
       while (!in->peekRun(&b, &end) || b == end) {
         if (!stack->pop()) {
+          if (stack->depth() < watchDepth) ended = true;
           mark = p = e = nullptr;
           return false;
         }
         in = stack->top();
       }
       inEntity = in != base;
+      if (stack->depth() < watchDepth) ended = true;
     } else if (!in->peekRun(&b, &end) || b == end) {
       mark = p = e = nullptr;
       return false;

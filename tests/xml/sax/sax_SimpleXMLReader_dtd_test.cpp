@@ -149,7 +149,7 @@ TEST(SimpleXMLReaderDtd, DocumentTypeDeclaration) {
            "unparsed v -//v v.gif gif\n"
            "notation gif -//gif \nnotation n  n\n"
            "pi pi in subset\ncomment  note \n"
-           "element f EMPTY\n"
+           "entity %p\nelement f EMPTY\n/entity %p\n"
            "/dtd\nstart {}a a\nend {}a a\n" +
            kEnd},
   });
@@ -200,8 +200,8 @@ TEST(SimpleXMLReaderDtd, EntityReferences) {
   runCases({
       {"markup in replacement text", dtd + "<a>1&e;2</a>",
        "startDocument\ndtd a  \ninternal e x<b>y</b>z\ninternal q \"\ninternal r R&e;\n"
-       "internal s S&#13;T\n/dtd\nstart {}a a\nchars 1\nchars x\nstart {}b b\nchars y\nend {}b b\n"
-       "chars z2\nend {}a a\n" +
+       "internal s S&#13;T\n/dtd\nstart {}a a\nchars 1\nentity e\nchars x\nstart {}b b\n"
+       "chars y\nend {}b b\nchars z\n/entity e\nchars 2\nend {}a a\n" +
            std::string(kEnd)},
       {"nested references and a quote inside a value", dtd + "<a v=\"&q;&r;\"/>",
        "startDocument\ndtd a  \ninternal e x<b>y</b>z\ninternal q \"\ninternal r R&e;\n"
@@ -209,7 +209,8 @@ TEST(SimpleXMLReaderDtd, EntityReferences) {
        "value)\nendDocument\n-> false"},
       {"a carriage return by reference stays one", dtd + "<a>&s;</a>",
        "startDocument\ndtd a  \ninternal e x<b>y</b>z\ninternal q \"\ninternal r R&e;\n"
-       "internal s S&#13;T\n/dtd\nstart {}a a\nchars S\nchars \r\nchars T\nend {}a a\n" +
+       "internal s S&#13;T\n/dtd\nstart {}a a\nentity s\nchars S\nchars \r\nchars T\n"
+       "/entity s\nend {}a a\n" +
            std::string(kEnd)},
   });
   // The quote from entity text does not end the value.
@@ -235,11 +236,13 @@ TEST(SimpleXMLReaderDtd, PredefinedAndCharacterReferences) {
        "startDocument\nstart {}a a v={}v:x'y w={}w:\"\nend {}a a\n" + std::string(kEnd)},
       {"a reference may not end outside its entity",
        "<!DOCTYPE a [<!ENTITY e '&#38;#6'>]><a>&e;5;</a>",
-       "startDocument\ndtd a  \ninternal e &#6\n/dtd\nstart {}a a\nfatal L1: syntax error "
+       "startDocument\ndtd a  \ninternal e &#6\n/dtd\nstart {}a a\nentity e\nfatal L1: syntax "
+       "error "
        "(markup crosses an entity boundary)\nendDocument\n-> false"},
       {"an element may not end outside its entity",
        "<!DOCTYPE a [<!ENTITY e '<b>'>]><a>&e;</b></a>",
-       "startDocument\ndtd a  \ninternal e <b>\n/dtd\nstart {}a a\nstart {}b b\nfatal L1: "
+       "startDocument\ndtd a  \ninternal e <b>\n/dtd\nstart {}a a\nentity e\nstart {}b b\nfatal "
+       "L1: "
        "syntax error (markup crosses an entity boundary)\nendDocument\n-> false"},
   });
 }
@@ -255,7 +258,8 @@ TEST(SimpleXMLReaderDtd, Html4EntitiesAndSkippedNames) {
                 std::string(kEnd));
   // A declaration comes before the HTML 4 set.
   EXPECT_EQ(runDtd("<!DOCTYPE a [<!ENTITY eacute 'E'>]><a>&eacute;</a>", html),
-            "startDocument\ndtd a  \ninternal eacute E\n/dtd\nstart {}a a\nchars E\nend {}a a\n" +
+            "startDocument\ndtd a  \ninternal eacute E\n/dtd\nstart {}a a\nentity eacute\nchars E\n"
+            "/entity eacute\nend {}a a\n" +
                 std::string(kEnd));
   // Undeclared parameter entities are skipped with their "%".
   EXPECT_EQ(
@@ -297,7 +301,8 @@ TEST(SimpleXMLReaderDtd, ExternalEntities) {
     DtdRecorder rec;
     rec.files["x.xml"] = std::string("<?xml encoding='ISO-8859-1'?><b>\xE9</b>");
     runDtd(doc + "<a>&x;</a>", Options(), &rec);
-    EXPECT_NE(rec.text().find("resolve  x.xml\nstart {}b b\nchars \xC3\xA9\nend {}b b\n"),
+    EXPECT_NE(rec.text().find(
+                  "resolve  x.xml\nentity x\nstart {}b b\nchars \xC3\xA9\nend {}b b\n/entity x\n"),
               std::string::npos)
         << rec.text();
   }
@@ -316,7 +321,7 @@ TEST(SimpleXMLReaderDtd, ExternalEntities) {
     SimpleXMLReader reader(nullptr);
     installAll(reader, rec, Options());
     EXPECT_TRUE(parseWith(reader, doc + "<a>&x;</a>", dir.file("doc.xml")));
-    EXPECT_NE(rec.text().find("start {}c c\nend {}c c\n"), std::string::npos);
+    EXPECT_NE(rec.text().find("entity x\nstart {}c c\nend {}c c\n/entity x\n"), std::string::npos);
     rec.lines.clear();
     EXPECT_FALSE(parseWith(reader, "<!DOCTYPE a [<!ENTITY y SYSTEM 'none.xml'>]><a>&y;</a>",
                            dir.file("doc.xml")));
@@ -325,6 +330,143 @@ TEST(SimpleXMLReaderDtd, ExternalEntities) {
   EXPECT_NE(runDtd(doc + "<a v='&x;'/>").find("reference to external entity 'x' in attribute"),
             std::string::npos);
   EXPECT_NE(runDtd(doc + "<a>&u;</a>").find("reference to unparsed entity 'u'"), std::string::npos);
+}
+
+// Entities read as content are reported around the events of their text,
+// innermost first at their ends; character data is split at their edges.
+TEST(SimpleXMLReaderDtd, EntityStartAndEnd) {
+  const std::string dtd =
+      "<!DOCTYPE a [<!ENTITY in 'i<c/>j'><!ENTITY out 'o&in;p<b>&in;</b>q'>"
+      "<!ENTITY tail 't&in;'><!ENTITY z ''><!ENTITY br 'x]'><!ENTITY lt '&#38;#60;'>"
+      "<!ENTITY open '<b>text'><!ENTITY x SYSTEM 'x.xml'>]>";
+  const std::string decls =
+      "startDocument\ndtd a  \ninternal in i<c/>j\ninternal out o&in;p<b>&in;</b>q\n"
+      "internal tail t&in;\ninternal z \ninternal br x]\ninternal lt &#60;\n"
+      "internal open <b>text\nexternal x  x.xml\n/dtd\nstart {}a a\n";
+  const std::string in = "entity in\nchars i\nstart {}c c\nend {}c c\nchars j\n/entity in\n";
+  const std::string end = "end {}a a\n" + std::string(kEnd);
+  struct EntityCase {
+    const char* name;
+    std::string content;
+    std::string expected;
+  };
+  const EntityCase cases[] = {
+      {"nested, inside and around elements", "1&out;2",
+       "chars 1\nentity out\nchars o\n" + in + "chars p\nstart {}b b\n" + in +
+           "end {}b b\nchars q\n/entity out\nchars 2\n" + end},
+      {"ending together with the enclosing entity", "&tail;3",
+       "entity tail\nchars t\n" + in + "/entity tail\nchars 3\n" + end},
+      {"used twice in a row", "&in;&in;", in + in + end},
+      {"empty", "&z;", "entity z\n/entity z\n" + end},
+      {"brackets on both sides of the end", "&br;]y",
+       "entity br\nchars x]\n/entity br\nchars ]y\n" + end},
+      {"predefined entities and character references are not reported", "&amp;&#65;&#x42;&gt;",
+       "chars &\nchars A\nchars B\nchars >\n" + end},
+      {"a declared entity standing for a character reference", "&lt;",
+       "entity lt\nchars <\n/entity lt\n" + end},
+      {"references in attribute values are not reported", "<b v='&br;&lt;&amp;' w=\"&z;\"/>",
+       "start {}b b v={}v:x]<& w={}w:\nend {}b b\n" + end},
+      {"skipped names are not reported", "&nope;", "skipped nope\n" + end},
+      {"an element begun in the entity is still open at its end", "&open;</b>",
+       "entity open\nstart {}b b\nchars text\nfatal L1: syntax error (markup crosses an entity "
+       "boundary)\nendDocument\n-> false"},
+  };
+  for (const EntityCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(runDtd(dtd + "<a>" + c.content + "</a>"), decls + c.expected);
+  }
+
+  // Parameter entities: "%" and the name, around their declarations; one
+  // may not hold the end of the subset.
+  EXPECT_EQ(runDtd("<!DOCTYPE a [<!ENTITY % p '<!ELEMENT a ANY><!--c-->'> %p;%p; ]><a/>"),
+            "startDocument\ndtd a  \ninternal %p <!ELEMENT a ANY><!--c-->\n"
+            "entity %p\nelement a ANY\ncomment c\n/entity %p\n"
+            "entity %p\nelement a ANY\ncomment c\n/entity %p\n"
+            "/dtd\nstart {}a a\nend {}a a\n" +
+                std::string(kEnd));
+  EXPECT_EQ(runDtd("<!DOCTYPE a [<!ENTITY % p ']'> %p; ><a/>"),
+            "startDocument\ndtd a  \ninternal %p ]\nentity %p\nfatal L1: syntax error (markup "
+            "crosses an entity boundary)\nendDocument\n-> false");
+}
+
+TEST(SimpleXMLReaderDtd, ExternalEntityStartAndEnd) {
+  const std::string doc =
+      "<!DOCTYPE a [<!ENTITY x SYSTEM 'x.xml'><!ENTITY y SYSTEM 'y.xml'>"
+      "<!ENTITY e 'E'>]><a>&x;|&y;|&x;</a>";
+  DtdRecorder rec;
+  rec.files["x.xml"] = "<?xml encoding='UTF-8'?>t<b>&e;</b>";
+  rec.files["y.xml"] = "";
+  std::string all = runDtd(doc, Options(), &rec);
+  const std::string x =
+      "resolve  x.xml\nentity x\nchars t\nstart {}b b\nentity e\nchars E\n/entity e\n"
+      "end {}b b\n/entity x\n";
+  EXPECT_NE(all.find("start {}a a\n" + x +
+                     "chars |\nresolve  y.xml\nentity y\n/entity y\n"
+                     "chars |\n" +
+                     x + "end {}a a\n"),
+            std::string::npos)
+      << all;
+}
+
+// A handler that refuses startEntity or endEntity stops the parse with its
+// message, like any other callback; nothing is reported after it.
+TEST(SimpleXMLReaderDtd, RefusedEntityEvents) {
+  const std::string doc =
+      "<!DOCTYPE a [<!ENTITY e 'x'><!ENTITY f '&e;y'><!ENTITY % p '<!--c-->'>"
+      "<!ENTITY x SYSTEM 'x.xml'>]>";
+  struct Refusal {
+    const char* stopAt;
+    std::string content;
+    std::string tail;  // the events from the document element on
+  };
+  const Refusal cases[] = {
+      {"entity e", "1&e;2", "start {}a a\nchars 1\nentity e\n"},
+      {"/entity e", "1&e;2", "start {}a a\nchars 1\nentity e\nchars x\n/entity e\n"},
+      {"/entity e", "&f;", "start {}a a\nentity f\nentity e\nchars x\n/entity e\n"},
+      {"entity x", "&x;", "start {}a a\nresolve  x.xml\nentity x\n"},
+      {"/entity x", "&x;",
+       "start {}a a\nresolve  x.xml\nentity x\nstart {}z z\nend {}z z\n/entity x\n"},
+  };
+  // (The recorder's own message is the resolver's.)
+  struct Refuser : DtdRecorder {
+    std::string getErrorMessage() override { return stopMessage; }
+  };
+  for (const Refusal& r : cases) {
+    SCOPED_TRACE(std::string(r.stopAt) + " in " + r.content);
+    Refuser rec;
+    rec.files["x.xml"] = "<z/>";
+    rec.stopAt = r.stopAt;
+    rec.stopMessage = "no entities here";
+    std::string all = runDtd(doc + "<a>" + r.content + "</a>", Options(), &rec);
+    const std::string expected = r.tail + "fatal L1: no entities here\nendDocument\n-> false";
+    ASSERT_GE(all.size(), expected.size()) << all;
+    EXPECT_EQ(all.substr(all.size() - expected.size()), expected);
+  }
+  Refuser rec;
+  rec.stopAt = "entity %p";
+  rec.stopMessage = "no parameter entities";
+  runDtd("<!DOCTYPE a [<!ENTITY % p '<!--c-->'>%p;]><a/>", Options(), &rec);
+  EXPECT_EQ(rec.lastFatal.getMessage(), "no parameter entities");
+  EXPECT_EQ(rec.lines[rec.lines.size() - 3], "entity %p");
+}
+
+// Without a lexical handler of its own, the reader reports nothing and
+// delivers the text as before: one run across the entity's end.
+TEST(SimpleXMLReaderDtd, NoLexicalHandlerNoEntityEvents) {
+  Recorder rec;
+  SimpleXMLReader reader(nullptr);
+  reader.setContentHandler(&rec);
+  reader.setErrorHandler(&rec);
+  ASSERT_TRUE(parseWith(reader, "<!DOCTYPE a [<!ENTITY e 'x<b/>y'>]><a>1&e;2</a>"));
+  EXPECT_EQ(rec.text(),
+            "startDocument\nstart {}a a\nchars 1\nchars x\nstart {}b b\nend {}b b\nchars y2\n"
+            "end {}a a\nendDocument\n");
+  rec.lines.clear();
+  reader.setLexicalHandler(&rec);
+  ASSERT_TRUE(parseWith(reader, "<a>1&e;2</a>"));
+  EXPECT_EQ(rec.text(),
+            "startDocument\nstart {}a a\nchars 1\nentity e\nchars x\nstart {}b b\nend {}b b\n"
+            "chars y\n/entity e\nchars 2\nend {}a a\nendDocument\n");
 }
 
 TEST(SimpleXMLReaderDtd, ForbiddenCharacters) {
@@ -374,10 +516,13 @@ TEST(SimpleXMLReaderDtd, EntityExpansionIsBounded) {
     // counts here.
     struct Quiet : DtdRecorder {
       std::size_t chars = 0;
+      std::size_t entities = 0;
       bool characters(const char* c) override {
         chars += std::strlen(c);
         return true;
       }
+      bool startEntity(const char*) override { return ++entities > 0; }
+      bool endEntity(const char*) override { return true; }
     } quiet;
     SimpleXMLReader reader(nullptr);
     installAll(reader, quiet, Options());
@@ -389,6 +534,7 @@ TEST(SimpleXMLReaderDtd, EntityExpansionIsBounded) {
     EXPECT_LE(c.expandedBytes, bound);
     EXPECT_LE(c.deepestNesting, l.maxDepth);
     EXPECT_LE(quiet.chars, bound + 2 * c.documentBytes);
+    EXPECT_GT(quiet.entities, 0u);
   }
 }
 

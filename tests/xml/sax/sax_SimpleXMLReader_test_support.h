@@ -19,7 +19,8 @@ namespace kelp::test::sax {
 using namespace qor::quv::xml::sax;
 
 /* Lines: "start {uri}local qName a={uri}local:value ...", "end ...",
- * "chars text", "pi target data", "comment text", "cdata", "/cdata",
+ * "chars text", "pi target data", "comment text", "entity name",
+ * "/entity name", "cdata", "/cdata",
  * "map prefix=uri", "unmap prefix", "skipped name", "fatal Lline: message".
  * With stopAt set, the first event whose line starts with it answers false
  * (and later ones go on). */
@@ -81,6 +82,8 @@ class Recorder : public DefaultHandler {
   }
   bool endPrefixMapping(const char* prefix) override { return add(std::string("unmap ") + prefix); }
   bool comment(const char* text) override { return add(std::string("comment ") + text); }
+  bool startEntity(const char* name) override { return add(std::string("entity ") + name); }
+  bool endEntity(const char* name) override { return add(std::string("/entity ") + name); }
   bool startCDATA() override { return add("cdata"); }
   bool endCDATA() override { return add("/cdata"); }
   bool fatalError(const SAXParseException& e) override {

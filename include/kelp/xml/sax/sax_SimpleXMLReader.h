@@ -21,6 +21,19 @@
  * one document stay declared for the later documents of the same reader;
  * the first declaration of a name stays in force.
  *
+ * When a lexical handler is set, every declared entity read in place is
+ * reported around its text: LexicalHandler::startEntity(name) before the
+ * first event that its text gives, endEntity(name) as soon as the text is
+ * read to its end, properly nested, with character data split at the
+ * entity's edges. General entities in content (internal and external
+ * parsed ones) go by their name, parameter entities in the internal subset
+ * by "%" and their name. Not reported: references in attribute values,
+ * the predefined entities, character references, HTML 4 entities (which
+ * stand for single characters) and skipped names. An element that begins
+ * in an entity must end in it: when the entity's text ends first, the
+ * parse stops there with "syntax error (markup crosses an entity
+ * boundary)".
+ *
  * Entity expansion is bounded: the input stack holds at most
  * EntityLimits::maxDepth entities, and the text that entity references
  * produce in one parse is at most the larger of EntityLimits::minExpansion
