@@ -8,6 +8,13 @@ if(KELP_PLATFORM STREQUAL "bundled")
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/include/
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev FILES_MATCHING PATTERN "*.h")
 endif()
+# Installed libraries find each other, and the tool finds them, relative to
+# their own place, so that an installed or unpacked tree works wherever it
+# lies.
+set_target_properties(${KELP_INSTALL_TARGETS} PROPERTIES INSTALL_RPATH "$ORIGIN")
+file(RELATIVE_PATH kelp_bin_to_lib /kelp-prefix/${CMAKE_INSTALL_BINDIR}
+  /kelp-prefix/${CMAKE_INSTALL_LIBDIR})
+set_target_properties(kelp-tool PROPERTIES INSTALL_RPATH "$ORIGIN/${kelp_bin_to_lib}")
 install(TARGETS ${KELP_INSTALL_TARGETS} EXPORT kelpTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})

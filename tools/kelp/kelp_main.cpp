@@ -1,6 +1,7 @@
 // The kelp command-line tool: sets up the reference host and dispatches to
 // the subcommand families (kelp_<family>.cpp); also `kelp help`, which
 // prints the help texts or the manual page built from them.
+#include <cerrno>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -92,8 +93,14 @@ int runHelp(int argc, char** argv) {
     return kelp::tool::kExitOk;
   }
   if (!std::strcmp(argv[2], "--man")) {
+    // The build writes the page with `kelp help --man FILE`.
+    if (argc > 3 && !std::freopen(argv[3], "w", stdout)) {
+      std::fprintf(stderr, "kelp help: cannot write %s: %s\n", argv[3], std::strerror(errno));
+      return kelp::tool::kExitFailed;
+    }
     printManPage();
-    return kelp::tool::kExitOk;
+    return std::fflush(stdout) == 0 && !std::ferror(stdout) ? kelp::tool::kExitOk
+                                                            : kelp::tool::kExitFailed;
   }
   for (const Family* f : kelp::tool::families()) {
     if (!std::strcmp(f->name, argv[2])) {

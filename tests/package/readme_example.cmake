@@ -1,0 +1,63 @@
+# Builds and runs the README's library example against an installed tree:
+# once through find_package(kelp), once through pkg-config. Included by the
+# package test scripts; expects README, PREFIX, LIBDIR, WORK_DIR and CXX.
+function(kelp_run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "failed (${rc}): ${ARGN}\n${out}\n${err}")
+  endif()
+  set(kelp_last_output "${out}" PARENT_SCOPE)
+endfunction()
+
+# The text of the fenced block after "<!-- example: NAME -->".
+function(kelp_readme_block readme name out)
+  file(READ ${readme} text)
+  string(FIND "${text}" "<!-- example: ${name} -->" at)
+  if(at LESS 0)
+    message(FATAL_ERROR "README has no example named ${name}")
+  endif()
+  string(SUBSTRING "${text}" ${at} -1 text)
+  string(FIND "${text}" "```" open)
+  string(SUBSTRING "${text}" ${open} -1 text)
+  string(FIND "${text}" "\n" eol)
+  math(EXPR eol "${eol} + 1")
+  string(SUBSTRING "${text}" ${eol} -1 text)
+  string(FIND "${text}" "```" close)
+  string(SUBSTRING "${text}" 0 ${close} text)
+  set(${out} "${text}" PARENT_SCOPE)
+endfunction()
+
+function(kelp_build_readme_example)
+  set(src ${WORK_DIR}/example)
+  file(REMOVE_RECURSE ${src})
+  kelp_readme_block(${README} CMakeLists.txt cmake_text)
+  kelp_readme_block(${README} main.cpp cpp_text)
+  file(WRITE ${src}/CMakeLists.txt "${cmake_text}")
+  file(WRITE ${src}/main.cpp "${cpp_text}")
+  kelp_readme_block(${README} output expected)
+  string(STRIP "${expected}" expected)
+
+  kelp_run(${CMAKE_COMMAND} -S ${src} -B ${src}/build -G Ninja
+           -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_PREFIX_PATH=${PREFIX})
+  kelp_run(${CMAKE_COMMAND} --build ${src}/build)
+  kelp_run(${src}/build/price)
+  string(STRIP "${kelp_last_output}" got)
+  if(NOT got STREQUAL expected)
+    message(FATAL_ERROR "README example printed '${got}', README says '${expected}'")
+  endif()
+
+  set(ENV{PKG_CONFIG_PATH} ${PREFIX}/${LIBDIR}/pkgconfig)
+  execute_process(COMMAND pkg-config --cflags --libs kelp OUTPUT_VARIABLE flags RESULT_VARIABLE rc
+                  OUTPUT_STRIP_TRAILING_WHITESPACE)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "pkg-config does not know kelp under ${PREFIX}")
+  endif()
+  separate_arguments(flags UNIX_COMMAND "${flags}")
+  kelp_run(${CXX} -std=gnu++20 ${src}/main.cpp -o ${src}/pc-price ${flags} -lkelp-host
+           -Wl,-rpath,${PREFIX}/${LIBDIR})
+  kelp_run(${src}/pc-price)
+  string(STRIP "${kelp_last_output}" got)
+  if(NOT got STREQUAL expected)
+    message(FATAL_ERROR "README example (pkg-config) printed '${got}'")
+  endif()
+endfunction()
