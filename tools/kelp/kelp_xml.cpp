@@ -426,12 +426,22 @@ bool elementOnly(const dom::Node* element) {
 
 // Writes the document element and everything below it, without recursion:
 // the writer keeps the open elements, the walk follows the tree's links.
-bool writeTree(qx::XMLWriter& writer, const dom::Element* root) {
+// On failure *why names what could not be written and the writer's reason.
+bool writeTree(qx::XMLWriter& writer, const dom::Element* root, std::string* why) {
+  auto failed = [&](ZResult res, const std::string& what) {
+    char* text = nullptr;
+    writer.getErrorMessage(&text);
+    std::string reason = text && *text ? text : zobStrError(res);
+    zobFree(text);
+    *why = "cannot write " + what + ": " + reason;
+    return false;
+  };
   const dom::Node* node = root;
   // The element whose content is written verbatim, inline (the outermost
   // element with text), or null while the layout is ours.
   const dom::Node* verbatim = nullptr;
   for (;;) {
+    ZResult res = zob::kOk;
     bool descend = false;
     int type = node->getNodeType();
     if (type == qx::kElementNode) {
@@ -445,18 +455,20 @@ bool writeTree(qx::XMLWriter& writer, const dom::Element* root) {
           verbatim = e;
         }
       }
-      if (EFAILED(writer.startElement(e->getTagName().c_str(), format))) return false;
+      if (EFAILED(res = writer.startElement(e->getTagName().c_str(), format)))
+        return failed(res, "element '" + e->getTagName() + "'");
       for (int i = 0; i < e->getAttributeCount(); ++i) {
         const dom::Attr* a = e->getAttributeAt(i);
-        if (EFAILED(writer.stringAttribute(a->getName().c_str(), a->getValue().c_str())))
-          return false;
+        if (EFAILED(res = writer.stringAttribute(a->getName().c_str(), a->getValue().c_str())))
+          return failed(res,
+                        "attribute '" + a->getName() + "' of element '" + e->getTagName() + "'");
       }
       descend = e->getFirstChild() != nullptr;
     } else if (type == qx::kTextNode || type == qx::kCDATASectionNode) {
       const std::string& data = static_cast<const dom::CharacterData*>(node)->getData();
       // White space between elements gives way to the indentation.
-      if ((verbatim || !isWhiteSpace(data)) && EFAILED(writer.characters(data.c_str())))
-        return false;
+      if ((verbatim || !isWhiteSpace(data)) && EFAILED(res = writer.characters(data.c_str())))
+        return failed(res, "text");
     }
     if (descend) {
       node = node->getFirstChild();
@@ -465,7 +477,8 @@ bool writeTree(qx::XMLWriter& writer, const dom::Element* root) {
     // Close finished elements on the way up to the next sibling.
     for (;;) {
       if (node->getNodeType() == qx::kElementNode) {
-        if (EFAILED(writer.endElement())) return false;
+        if (EFAILED(res = writer.endElement()))
+          return failed(res, "the end of element '" + node->getNodeName() + "'");
         if (node == verbatim) verbatim = nullptr;
       }
       if (node == root) return true;
@@ -524,16 +537,11 @@ int runFormat(tool::Invocation& inv) {
   tool::FileOStream out(inv.out);
   zob::Ref<qx::XMLWriter> writer(new qx::XMLWriter(&out, static_cast<int>(indent)));
   writer->setEncoding(encoding);
-  bool ok = writeTree(*writer, doc->getDocumentElement());
-  if (!ok) {
-    char* text = nullptr;
-    writer->getErrorMessage(&text);
-    std::string why = text && *text ? text : "";
-    zobFree(text);
-    writer->close();
-    return tool::failure(inv, why.empty() ? "cannot write the output" : why);
-  }
-  if (EFAILED(writer->close())) return tool::failure(inv, "cannot write the output");
+  std::string why;
+  bool ok = writeTree(*writer, doc->getDocumentElement(), &why);
+  ZResult closed = writer->close();
+  if (!ok) return tool::failure(inv, why);
+  if (EFAILED(closed)) return tool::failure(inv, "cannot write the output");
   return tool::kExitOk;
 }
 
