@@ -176,6 +176,36 @@ TEST(KelpXml, EventsOneLinePerEvent) {
             "endDocument\n");
 }
 
+TEST(KelpXml, EventsOfTheDocumentType) {
+  ToolResult r = runKelp({"xml", "events", "-"},
+                         "<!DOCTYPE d PUBLIC \"-//x//y\" \"d.dtd\" [\n"
+                         "<!NOTATION gif PUBLIC \"-//g\">\n"
+                         "<!ENTITY u SYSTEM \"x.gif\" NDATA gif>\n"
+                         "<!ENTITY % pe \"x\">\n"
+                         "<!ENTITY ext PUBLIC \"-//p\" \"e.xml\">\n"
+                         "<!ATTLIST d k (a|b) #REQUIRED>\n"
+                         "<!ELEMENT d (a,(b|c)*)>\n"
+                         "]>\n"
+                         "<d><?t?>&amp;&#x41;</d>");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out,
+            "startDocument\n"
+            "startDTD d \"-//x//y\" \"d.dtd\"\n"
+            "notationDecl gif \"-//g\" \"\"\n"
+            "unparsedEntityDecl u \"\" \"x.gif\" gif\n"
+            "internalEntityDecl %pe \"x\"\n"
+            "externalEntityDecl ext \"-//p\" \"e.xml\"\n"
+            "attributeDecl d k \"(a|b)\" \"#REQUIRED\" \"\"\n"
+            "elementDecl d \"(a,(b|c)*)\"\n"
+            "endDTD\n"
+            "startElement d\n"
+            "processingInstruction t \"\"\n"
+            "characters \"&\"\n"
+            "characters \"A\"\n"
+            "endElement d\n"
+            "endDocument\n");
+}
+
 TEST(KelpXml, EventsEscapingAndOptions) {
   // Control characters, backslashes and braces stay on one line.
   ToolResult r =
