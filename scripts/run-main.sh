@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Builds everything (release) and runs the main job: the kelp tool.
+# Builds everything (release) and runs the main job: the kelp tool's
+# catalogue report on the sample catalogue shipped in samples/.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/bootstrap.sh
 cmake --preset release >/dev/null
 cmake --build --preset release -j "$(nproc)"
-./build/release/tools/kelp/kelp --version
+./build/release/tools/kelp/kelp catalogue report samples/catalogue.xml

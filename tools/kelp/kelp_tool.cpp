@@ -243,4 +243,26 @@ bool parseInt(const std::string& text, long min, long max, long* out) {
   return true;
 }
 
+int dispatch(Invocation& inv, const std::vector<Subcommand>& subcommands) {
+  std::string names;
+  for (const Subcommand& s : subcommands) names += std::string(names.empty() ? "" : ", ") + s.name;
+  if (inv.args.empty()) return usageError(inv, "missing subcommand (one of " + names + ")");
+  for (const Subcommand& s : subcommands)
+    if (inv.args[0] == s.name) return s.run(inv);
+  return usageError(inv, "unknown subcommand '" + inv.args[0] + "' (one of " + names + ")");
+}
+
+bool checkOperands(const Invocation& inv, const ParsedArgs& parsed, std::size_t min,
+                   std::size_t max, int* status) {
+  if (parsed.operands.size() < min) {
+    *status = usageError(inv, "missing operand");
+    return false;
+  }
+  if (parsed.operands.size() > max) {
+    *status = usageError(inv, "unexpected operand '" + parsed.operands[max] + "'");
+    return false;
+  }
+  return true;
+}
+
 }  // namespace kelp::tool

@@ -192,6 +192,22 @@ class Progress {
 /* Parses a whole decimal integer in [min, max]. */
 bool parseInt(const std::string& text, long min, long max, long* out);
 
+/* One subcommand of a family ("kelp money round ..."): its name and what
+ * runs it (with the subcommand's name still in inv.args[0]). */
+struct Subcommand {
+  const char* name;
+  int (*run)(Invocation& inv);
+};
+
+/* Runs the subcommand named by inv.args[0]; a missing or unknown one is a
+ * usage error that lists the subcommands. */
+int dispatch(Invocation& inv, const std::vector<Subcommand>& subcommands);
+
+/* Checks that there are at least min and at most max operands; reports a
+ * usage error ("missing operand", "unexpected operand 'x'") otherwise. */
+bool checkOperands(const Invocation& inv, const ParsedArgs& parsed, std::size_t min,
+                   std::size_t max, int* status);
+
 }  // namespace kelp::tool
 
 #endif
