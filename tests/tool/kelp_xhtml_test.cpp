@@ -117,10 +117,10 @@ TEST(KelpXhtml, UnreadableInputsAndUsage) {
     std::vector<std::string> args;
     std::string message;
   } cases[] = {
-      {{"xhtml"}, "missing command"},
-      {{"xhtml", "pdf", "a"}, "'pdf' is not an xhtml command"},
-      {{"xhtml", "text"}, "missing FILE"},
-      {{"xhtml", "html", "a", "b"}, "'html' takes one FILE"},
+      {{"xhtml"}, "missing subcommand (one of text, html)"},
+      {{"xhtml", "pdf", "a"}, "unknown subcommand 'pdf' (one of text, html)"},
+      {{"xhtml", "text"}, "missing operand"},
+      {{"xhtml", "html", "a", "b"}, "unexpected operand 'b'"},
       {{"xhtml", "text", "--wrap", "a"}, "unknown option '--wrap'"},
   };
   for (const auto& c : cases) {

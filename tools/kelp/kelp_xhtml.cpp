@@ -80,9 +80,7 @@ int render(tool::Invocation& inv, bool html) {
   tool::ParsedArgs args;
   int status = tool::kExitOk;
   if (!tool::parseArgs(inv, 1, {}, args, &status)) return status;
-  if (args.operands.size() != 1)
-    return tool::usageError(
-        inv, args.operands.empty() ? "missing FILE" : "'" + inv.args[0] + "' takes one FILE");
+  if (!tool::checkOperands(inv, args, 1, 1, &status)) return status;
   const std::string& path = args.operands[0];
   const std::string name = tool::displayName(path);
   tool::StreamInput in;
@@ -117,12 +115,16 @@ int render(tool::Invocation& inv, bool html) {
   return tool::kExitOk;
 }
 
+int renderText(tool::Invocation& inv) {
+  return render(inv, false);
+}
+
+int renderHtml(tool::Invocation& inv) {
+  return render(inv, true);
+}
+
 int run(tool::Invocation& inv) {
-  if (inv.args.empty()) return tool::usageError(inv, "missing command");
-  const std::string& command = inv.args[0];
-  if (command == "text") return render(inv, false);
-  if (command == "html") return render(inv, true);
-  return tool::usageError(inv, "'" + command + "' is not an xhtml command");
+  return tool::dispatch(inv, {{"text", renderText}, {"html", renderHtml}});
 }
 
 const tool::Family kXhtml{"xhtml", "render restricted XHTML rich text as plain text or HTML",

@@ -189,13 +189,6 @@ bool parseReaderOptions(const tool::Invocation& inv, const std::vector<tool::Opt
   return true;
 }
 
-bool oneOperand(const tool::Invocation& inv, const tool::ParsedArgs& args, int* status) {
-  if (args.operands.size() == 1) return true;
-  *status = tool::usageError(
-      inv, args.operands.empty() ? "missing FILE" : "'" + inv.args[0] + "' takes one FILE");
-  return false;
-}
-
 // ---- check ----------------------------------------------------------------
 
 int runCheck(tool::Invocation& inv) {
@@ -203,7 +196,7 @@ int runCheck(tool::Invocation& inv) {
   ReaderOptions options;
   int status = tool::kExitOk;
   if (!parseReaderOptions(inv, {}, args, options, &status)) return status;
-  if (args.operands.empty()) return tool::usageError(inv, "missing FILE");
+  if (!tool::checkOperands(inv, args, 1, args.operands.size(), &status)) return status;
   FatalErrors errors;
   for (const std::string& path : args.operands) {
     // A fresh reader per file: entities declared by one document would
@@ -367,7 +360,7 @@ int runEvents(tool::Invocation& inv) {
   ReaderOptions options;
   int status = tool::kExitOk;
   if (!parseReaderOptions(inv, {}, args, options, &status)) return status;
-  if (!oneOperand(inv, args, &status)) return status;
+  if (!tool::checkOperands(inv, args, 1, 1, &status)) return status;
   sax::SimpleXMLReader reader(inv.app);
   configure(reader, options);
   EventPrinter printer(inv.out);
@@ -386,7 +379,7 @@ int runCanon(tool::Invocation& inv) {
   ReaderOptions options;
   int status = tool::kExitOk;
   if (!parseReaderOptions(inv, {{"notations", false}}, args, options, &status)) return status;
-  if (!oneOperand(inv, args, &status)) return status;
+  if (!tool::checkOperands(inv, args, 1, 1, &status)) return status;
   sax::SimpleXMLReader reader(inv.app);
   configure(reader, options);
   tool::FileOStream out(inv.out);
@@ -496,7 +489,7 @@ int runFormat(tool::Invocation& inv) {
   int status = tool::kExitOk;
   if (!tool::parseArgs(inv, 1, {{"indent", true}, {"encoding", true}}, args, &status))
     return status;
-  if (!oneOperand(inv, args, &status)) return status;
+  if (!tool::checkOperands(inv, args, 1, 1, &status)) return status;
   long indent = 2;
   if (args.has("indent") && !tool::parseInt(args.get("indent"), 0, 32, &indent))
     return tool::usageError(
@@ -548,13 +541,9 @@ int runFormat(tool::Invocation& inv) {
 // ---- family ---------------------------------------------------------------
 
 int run(tool::Invocation& inv) {
-  if (inv.args.empty()) return tool::usageError(inv, "missing command");
-  const std::string& command = inv.args[0];
-  if (command == "check") return runCheck(inv);
-  if (command == "events") return runEvents(inv);
-  if (command == "format") return runFormat(inv);
-  if (command == "canon") return runCanon(inv);
-  return tool::usageError(inv, "'" + command + "' is not an xml command");
+  return tool::dispatch(
+      inv,
+      {{"check", runCheck}, {"events", runEvents}, {"format", runFormat}, {"canon", runCanon}});
 }
 
 const tool::Family kXml{"xml", "check, trace, format and canonicalise XML documents", kXmlHelp,
