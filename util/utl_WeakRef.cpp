@@ -1,24 +1,20 @@
 // Weak references: the shared counted block and the handles on it.
 #define QUV_SOURCE_NAME "utl_WeakRef"
 #include <kelp/util/utl_WeakRef.h>
-#include <ktz/ktz_atomic.h>
 
 #include <cstdlib>
 #include <new>
 
 namespace qor::quv::util {
 
-std::int32_t WeakRefData::addRef() {
-  return ktzAtomicIncrement(&count_);
-}
-
-std::int32_t WeakRefData::release() {
-  std::int32_t n = ktzAtomicDecrement(&count_);
-  if (n == 0)
+// The counts change with the compiler's atomic operations (inline in the
+// header): a reference taken needs no ordering, the last release must see
+// every earlier write.
+void WeakRefData::released(std::int32_t count) {
+  if (count == 0)
     delete this;
-  else if (n < 0)
+  else
     std::abort();  // released more often than referenced: memory is corrupt
-  return n;
 }
 
 std::int32_t WeakRefData::getCount() const {
@@ -32,10 +28,6 @@ WeakRefBase::WeakRefBase() : data_(new (std::nothrow) WeakRefData(nullptr)), own
 WeakRefBase::WeakRefBase(void* object)
     : data_(new (std::nothrow) WeakRefData(object)), owner_(true) {}
 
-WeakRefBase::WeakRefBase(const WeakRefBase& other) : data_(other.data_), owner_(false) {
-  if (data_) data_->addRef();
-}
-
 WeakRefBase& WeakRefBase::operator=(const WeakRefBase& other) {
   // Reference first: with self-assignment (or two handles on one block) the
   // release must not free the block being shared.
@@ -44,12 +36,6 @@ WeakRefBase& WeakRefBase::operator=(const WeakRefBase& other) {
   if (data_) data_->release();
   data_ = shared;
   return *this;
-}
-
-WeakRefBase::~WeakRefBase() {
-  if (!data_) return;
-  if (owner_) data_->setRef(nullptr);
-  data_->release();
 }
 
 }  // namespace qor::quv::util

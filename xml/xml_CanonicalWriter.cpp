@@ -26,7 +26,6 @@ struct CanonicalWriter::Data {
   std::string* str = nullptr;
   std::ostream* stream = nullptr;
   bool secondForm = false;
-  bool inDTD = false;
   bool failed = false;
   std::string docTypeName;
   std::vector<Notation> notations;
@@ -111,7 +110,6 @@ bool flush(std::string& text, std::string* str, std::ostream* stream, bool& fail
 }  // namespace
 
 bool CanonicalWriter::startDocument() {
-  d->inDTD = false;
   d->failed = false;
   d->docTypeName.clear();
   d->notations.clear();
@@ -167,7 +165,6 @@ bool CanonicalWriter::characters(const char* chars) {
 }
 
 bool CanonicalWriter::processingInstruction(const char* target, const char* data) {
-  if (d->inDTD) return !d->failed;  // not part of the canonical form
   std::string& s = d->scratch;
   s += "<?";
   s += target ? target : "";
@@ -190,13 +187,11 @@ bool CanonicalWriter::notationDecl(const char* name, const char* publicId, const
 }
 
 bool CanonicalWriter::startDTD(const char* name, const char*, const char*) {
-  d->inDTD = true;
   d->docTypeName = name ? name : "";
   return !d->failed;
 }
 
 bool CanonicalWriter::endDTD() {
-  d->inDTD = false;
   if (!d->secondForm || d->notations.empty()) return !d->failed;
   std::stable_sort(d->notations.begin(), d->notations.end(),
                    [](const Notation& a, const Notation& b) { return a.name < b.name; });

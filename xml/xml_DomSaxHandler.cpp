@@ -17,6 +17,12 @@ const char* orEmpty(const char* s) {
   return s ? s : "";
 }
 
+// The name a node is made with: the local name, or the qualified name when
+// the reader gives no local name (namespace processing off).
+const char* nodeName(const char* localName, const char* qName) {
+  return localName && *localName ? localName : orEmpty(qName);
+}
+
 }  // namespace
 
 DomSaxHandler::DomSaxHandler(fw::IApplication* app, dom::DomImplementation* impl)
@@ -81,11 +87,11 @@ bool DomSaxHandler::startElement(const char* uri, const char* localName, const c
   if (!ensureCurrent()) return false;
   if (current_.get() == document_.get() && document_->getDocumentElement())
     return fail("Multiple document elements.");
-  zob::Ref<dom::Element> element = document_->createElement(orEmpty(localName));
+  const char* name = nodeName(localName, qName);
+  zob::Ref<dom::Element> element = document_->createElement(name);
   ZResult res = element ? current_->insertBeforeChecked(element.get(), nullptr) : zob::kOutOfMemory;
   if (EFAILED(res))
-    return fail(std::string("Cannot append element %1: %2")
-                << orEmpty(localName) << zobStrError(res));
+    return fail(std::string("Cannot append element %1: %2") << name << zobStrError(res));
   if (!setAttributes(element.get(), attributes)) return false;
   current_ = zob::Ref<dom::Node>::adopt(element.detach());
   return true;
@@ -109,7 +115,7 @@ bool DomSaxHandler::setAttributes(dom::Element* element, const sax::Attributes& 
   const int count = attributes.getLength();
   element->reserveAttributes(count);
   for (int i = 0; i < count; ++i) {
-    const char* name = attributes.getLocalName(i);
+    const char* name = nodeName(attributes.getLocalName(i), attributes.getQName(i));
     ZResult res = element->setAttribute(name, attributes.getValue(i));
     if (EFAILED(res))
       return fail(std::string("Cannot set attribute %1: %2") << name << zobStrError(res));

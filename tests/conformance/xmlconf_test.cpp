@@ -1,10 +1,7 @@
 // The W3C XML conformance suite run through SimpleXMLReader.
 //
-// The catalogues (one per contributor, as xmlconf.xml lists them) are read
-// with the reader itself. Every XML 1.0 test case is run: test cases marked
-// for XML 1.1 or Namespaces 1.1 (RECOMMENDATION), for XML 1.1 only
-// (VERSION) or for editions before the fifth only (EDITION) are left out.
-// Test cases marked NAMESPACE="no" are read with namespace processing off.
+// Every test case of the XML 1.0 selection (xmlconf_cases.h) is run; test
+// cases marked NAMESPACE="no" are read with namespace processing off.
 //
 //   valid, invalid  must parse; where the suite gives an output file, the
 //                   canonical form of the events must equal it byte for byte
@@ -33,6 +30,8 @@
 #include <kelp/xml/sax/sax_SimpleXMLReader.h>
 #include <kelp/xml/xml_CanonicalWriter.h>
 
+#include "xmlconf_cases.h"
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -50,58 +49,23 @@
 using namespace qor::quv::xml::sax;
 using qor::quv::xml::CanonicalWriter;
 namespace fs = std::filesystem;
+using kelp::xmlconf::envOr;
+using kelp::xmlconf::TestCase;
 
 namespace {
-
-// The catalogues of xmlconf.xml, each with the suite it is counted under.
-// Test URIs are relative to the catalogue's own folder.
-struct Catalogue {
-  const char* suite;
-  const char* path;
-};
-
-const Catalogue kCatalogues[] = {
-    {"xmltest", "xmltest/xmltest.xml"},
-    {"japanese", "japanese/japanese.xml"},
-    {"sun", "sun/sun-valid.xml"},
-    {"sun", "sun/sun-invalid.xml"},
-    {"sun", "sun/sun-not-wf.xml"},
-    {"sun", "sun/sun-error.xml"},
-    {"oasis", "oasis/oasis.xml"},
-    {"ibm", "ibm/ibm_oasis_invalid.xml"},
-    {"ibm", "ibm/ibm_oasis_not-wf.xml"},
-    {"ibm", "ibm/ibm_oasis_valid.xml"},
-    {"ibm", "ibm/xml-1.1/ibm_invalid.xml"},
-    {"ibm", "ibm/xml-1.1/ibm_not-wf.xml"},
-    {"ibm", "ibm/xml-1.1/ibm_valid.xml"},
-    {"eduni", "eduni/errata-2e/errata2e.xml"},
-    {"eduni", "eduni/xml-1.1/xml11.xml"},
-    {"eduni", "eduni/namespaces/1.0/rmt-ns10.xml"},
-    {"eduni", "eduni/namespaces/1.1/rmt-ns11.xml"},
-    {"eduni", "eduni/errata-3e/errata3e.xml"},
-    {"eduni", "eduni/namespaces/errata-1e/errata1e.xml"},
-    {"eduni", "eduni/errata-4e/errata4e.xml"},
-    {"eduni", "eduni/misc/ht-bh.xml"},
-};
-
-const char* const kCategories[] = {"valid", "invalid", "not-wf", "error"};
 
 // The reasons for which a test case may differ, as known_deviations.txt
 // names them.
 const char* const kRules[] = {
-    "no-attribute-defaults",            // declared attribute defaults are not applied
-    "no-attribute-normalisation",       // attribute values are not normalised by type
-    "no-external-subset",               // the external DTD subset is not read
-    "content-after-root",               // input after the document element is not read
-    "no-duplicate-attributes",          // duplicate attribute names are not detected
-    "undeclared-entity-skipped",        // an unknown entity name goes to skippedEntity
-    "undeclared-prefix-allowed",        // an unbound prefix gives an empty URI, no error
-    "cdata-end-in-text",                // "]]>" in character data ends the run quietly
-    "name-characters-unchecked",        // bytes from 0x80 are name characters
-    "unicode-noncharacters-unchecked",  // UTF-8 passes through; declarations unchecked
-    "namespace-constraints-unchecked",  // QName syntax, reserved prefixes
-    "charref-fallback",                 // surrogate or out-of-range reference gives "?"
-    "canonical-dtd-pi",                 // this test's canonical writer drops DTD PIs
+    "no-attribute-defaults",       // declared attribute defaults are not applied
+    "no-attribute-normalisation",  // attribute values are not normalised by type
+    "no-external-subset",          // the external DTD subset is not read
+    "content-after-root",          // input after the document element is not read
+    "no-duplicate-attributes",     // duplicate attribute names are not detected
+    "undeclared-entity-skipped",   // an unknown entity name goes to skippedEntity
+    "undeclared-prefix-allowed",   // an unbound prefix gives an empty URI, no error
+    "cdata-end-in-text",           // "]]>" in character data ends the run quietly
+    "charref-fallback",            // an unconvertible character reference gives "?"
 };
 
 // Output beyond this size stops a document: no test case comes near it.
@@ -120,81 +84,6 @@ extern "C" void onDocumentTimeout(int) {
   ssize_t written = ::write(2, gTimeoutMessage, gTimeoutMessageLength);
   (void)written;
   ::_exit(3);
-}
-
-struct TestCase {
-  std::string suite;
-  std::string id;
-  std::string type;
-  std::string file;    // absolute path of the document
-  std::string output;  // absolute path of the canonical output, or ""
-  std::string recommendation;
-  std::string version;
-  std::string edition;
-  bool namespaces = true;
-};
-
-std::string attr(const Attributes& a, const char* name) {
-  return a.getValue(name);
-}
-
-// Collects the TEST elements of a catalogue.
-class CatalogueReader : public DefaultHandler {
- public:
-  CatalogueReader(std::string suite, fs::path base, std::vector<TestCase>* out)
-      : suite_(std::move(suite)), base_(std::move(base)), out_(out) {}
-
-  bool startElement(const char*, const char*, const char* qName, const Attributes& a) override {
-    if (std::strcmp(qName, "TEST") != 0) return true;
-    TestCase t;
-    t.suite = suite_;
-    t.id = attr(a, "ID");
-    t.type = attr(a, "TYPE");
-    t.file = (base_ / attr(a, "URI")).lexically_normal().string();
-    std::string output = attr(a, "OUTPUT");
-    if (!output.empty()) t.output = (base_ / output).lexically_normal().string();
-    t.recommendation = attr(a, "RECOMMENDATION");
-    t.version = attr(a, "VERSION");
-    t.edition = attr(a, "EDITION");
-    t.namespaces = attr(a, "NAMESPACE") != "no";
-    out_->push_back(std::move(t));
-    return true;
-  }
-  bool fatalError(const SAXParseException& e) override {
-    error = e.getMessage() + " (line " + std::to_string(e.getLineNumber()) + ")";
-    return true;
-  }
-  std::string error;
-
- private:
-  std::string suite_;
-  fs::path base_;
-  std::vector<TestCase>* out_;
-};
-
-bool hasWord(const std::string& list, const char* word) {
-  std::istringstream in(list);
-  std::string w;
-  while (in >> w)
-    if (w == word) return true;
-  return false;
-}
-
-// Empty when the test case is an XML 1.0 (fifth edition) case, else why not.
-std::string exclusion(const TestCase& t) {
-  if (t.recommendation == "XML1.1" || t.recommendation == "NS1.1")
-    return "RECOMMENDATION=" + t.recommendation;
-  if (!t.version.empty() && !hasWord(t.version, "1.0")) return "VERSION=" + t.version;
-  if (!t.edition.empty() && !hasWord(t.edition, "5")) return "EDITION=" + t.edition;
-  return "";
-}
-
-std::string readFile(const std::string& path, bool* ok) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream s;
-  s << in.rdbuf();
-  *ok = static_cast<bool>(in) || in.eof();
-  return s.str();
 }
 
 // Opens the system ids of external entities relative to the document.
@@ -297,11 +186,6 @@ struct Counts {
   int rejected = 0;
 };
 
-const char* envOr(const char* name, const char* fallback) {
-  const char* v = std::getenv(name);
-  return v && *v ? v : fallback;
-}
-
 }  // namespace
 
 TEST(XmlConformance, W3CSuite) {
@@ -316,42 +200,10 @@ TEST(XmlConformance, W3CSuite) {
   sigemptyset(&onAlarm.sa_mask);
   ASSERT_EQ(sigaction(SIGALRM, &onAlarm, nullptr), 0);
 
-  // The catalogues. Some are fragments meant to be included as external
-  // entities (a run of TEST elements without a document element), so each
-  // is read as the content of a wrapping element, its XML declaration
-  // removed (all of them are UTF-8).
   std::vector<TestCase> all;
-  for (const Catalogue& c : kCatalogues) {
-    SCOPED_TRACE(c.path);
-    fs::path path = root / c.path;
-    bool readOk = false;
-    std::string text = readFile(path.string(), &readOk);
-    ASSERT_TRUE(readOk && !text.empty()) << "catalogue missing or unreadable";
-    if (text.compare(0, 5, "<?xml") == 0) text.erase(0, text.find("?>") + 2);
-    // The TEST start tags outside comments, counted on the text.
-    std::size_t expected = 0;
-    for (std::size_t at = 0; (at = text.find('<', at)) != std::string::npos; ++at) {
-      if (text.compare(at, 4, "<!--") == 0) {
-        at = text.find("-->", at);
-        if (at == std::string::npos) break;
-        continue;
-      }
-      char next = at + 5 < text.size() ? text[at + 5] : '\0';
-      if (text.compare(at, 5, "<TEST") == 0 &&
-          (next == ' ' || next == '\t' || next == '\r' || next == '\n'))
-        ++expected;
-    }
-    std::size_t before = all.size();
-    CatalogueReader handler(c.suite, path.parent_path(), &all);
-    SimpleXMLReader reader(nullptr);
-    reader.setFeature(SimpleXMLReader::UseUTF8, true);
-    reader.setContentHandler(&handler);
-    reader.setErrorHandler(&handler);
-    ISInputSource source("", path.string(),
-                         new std::istringstream("<CATALOGUE>" + text + "</CATALOGUE>"), true);
-    ASSERT_TRUE(reader.parse(&source)) << handler.error;
-    // Every TEST element written in the file must have been read.
-    ASSERT_EQ(all.size() - before, expected) << "test cases read";
+  {
+    std::string error;
+    ASSERT_TRUE(kelp::xmlconf::readCatalogues(root, &all, &error)) << error;
   }
 
   // The deviation list: "id rule" per line, # comments.
@@ -388,14 +240,14 @@ TEST(XmlConformance, W3CSuite) {
   Counts total;
 
   for (const TestCase& t : all) {
-    std::string why = exclusion(t);
+    std::string why = kelp::xmlconf::exclusion(t);
     if (!why.empty()) {
       ++excluded[why];
       continue;
     }
     EXPECT_TRUE(seenIds.insert(t.id).second) << "test id used twice: " << t.id;
     bool knownType = false;
-    for (const char* c : kCategories) knownType = knownType || t.type == c;
+    for (const char* c : kelp::xmlconf::kCategories) knownType = knownType || t.type == c;
     if (!knownType) {
       ADD_FAILURE() << t.id << ": unknown TYPE '" << t.type << "'";
       continue;
@@ -407,7 +259,7 @@ TEST(XmlConformance, W3CSuite) {
     bool haveExpected = false;
     if (!t.output.empty() && (t.type == "valid" || t.type == "invalid")) {
       bool ok = false;
-      expected = readFile(t.output, &ok);
+      expected = kelp::xmlconf::readFile(t.output, &ok);
       EXPECT_TRUE(ok) << t.id << ": cannot read " << t.output;
       haveExpected = ok;
     }
@@ -463,7 +315,7 @@ TEST(XmlConformance, W3CSuite) {
   };
   std::printf("W3C XML conformance suite (XML 1.0 fifth edition selection)\n");
   std::printf("by category:\n");
-  for (const char* c : kCategories) row(c, byCategory[c]);
+  for (const char* c : kelp::xmlconf::kCategories) row(c, byCategory[c]);
   std::printf("by suite:\n");
   for (const auto& [name, c] : bySuite) row(name, c);
   row("total", total);
@@ -483,9 +335,7 @@ TEST(XmlConformance, W3CSuite) {
   }
   std::fflush(stdout);
 
-  // The pinned suite holds 2585 test cases, of which this selection keeps
-  // 2001.
-  EXPECT_EQ(total.run, 2001) << "test cases selected";
+  EXPECT_EQ(total.run, kelp::xmlconf::kSelectedCount) << "test cases selected";
   if (enforce) {
     EXPECT_TRUE(unexpected.empty()) << unexpected.size() << " unexpected results";
   } else if (!unexpected.empty()) {

@@ -50,6 +50,24 @@ TEST_F(DomReaderTest, ReadsWholeDocuments) {
   EXPECT_EQ(doc->getDocumentElement()->getRefCount(), 1);
 }
 
+// Without namespace processing the reader gives no local names: nodes are
+// named by the qualified names, and what is written reads back the same.
+TEST_F(DomReaderTest, NamesNodesByQualifiedNamesWithoutNamespaces) {
+  reader.setFeature(sax::SimpleXMLReader::Namespaces, false);
+  zob::Ref<dom::Document> doc =
+      reader.readString("<p:doc xmlns:p='urn:p' p:a='1' :='2'><x.-:y/></p:doc>");
+  ASSERT_TRUE(doc) << reader.getErrorMessage();
+  EXPECT_EQ(shape(doc.get()), "D[E(p:doc :=2 p:a=1)[E(x.-:y)]]");
+  zob::Ref<dom::Document> again = reader.readString(write(doc.get()));
+  ASSERT_TRUE(again) << reader.getErrorMessage();
+  EXPECT_TRUE(kelp::test::domEqual(doc.get(), again.get(), true));
+  // With namespaces, the local names.
+  reader.setFeature(sax::SimpleXMLReader::Namespaces, true);
+  doc = reader.readString("<p:doc p:a='1'><p:x/></p:doc>");
+  ASSERT_TRUE(doc) << reader.getErrorMessage();
+  EXPECT_EQ(shape(doc.get()), "D[E(doc a=1)[E(x)]]");
+}
+
 TEST_F(DomReaderTest, ReportsTheFatalErrorWithItsLine) {
   struct Case {
     const char* text;

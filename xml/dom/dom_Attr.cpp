@@ -42,7 +42,7 @@ ZResult Attr::write(IXMLWriter* writer) {
 }
 
 zob::Ref<Node> Attr::cloneShallow(const util::WeakRefBase& document) const {
-  return zob::Ref<Node>(new (std::nothrow) Attr(document, name_, value_));
+  return zob::Ref<Node>(new (arenaOf(document)) Attr(document, name_, value_));
 }
 
 ZResult Attr::getName(char** name) {

@@ -43,11 +43,11 @@ ZResult CDATASection::writeStart(IXMLWriter* writer) {
 }
 
 zob::Ref<Node> CDATASection::cloneShallow(const util::WeakRefBase& document) const {
-  return zob::Ref<Node>(new (std::nothrow) CDATASection(document, data_));
+  return zob::Ref<Node>(new (arenaOf(document)) CDATASection(document, data_));
 }
 
 zob::Ref<Text> CDATASection::makeSibling(const std::string& data) const {
-  return zob::Ref<Text>(new (std::nothrow) CDATASection(documentRef(), data));
+  return zob::Ref<Text>(new (arenaOf(documentRef())) CDATASection(documentRef(), data));
 }
 
 }  // namespace qor::quv::xml::dom

@@ -66,23 +66,23 @@ Element* Document::getDocumentElement() const {
 }
 
 zob::Ref<Element> Document::createElement(std::string tagName) {
-  return zob::Ref<Element>(new (std::nothrow) Element(anchor_, std::move(tagName)));
+  return zob::Ref<Element>(new (&arena_) Element(anchor_, std::move(tagName)));
 }
 
 zob::Ref<DocumentFragment> Document::createDocumentFragment() {
-  return zob::Ref<DocumentFragment>(new (std::nothrow) DocumentFragment(anchor_));
+  return zob::Ref<DocumentFragment>(new (&arena_) DocumentFragment(anchor_));
 }
 
 zob::Ref<Text> Document::createTextNode(std::string data) {
-  return zob::Ref<Text>(new (std::nothrow) Text(anchor_, std::move(data)));
+  return zob::Ref<Text>(new (&arena_) Text(anchor_, std::move(data)));
 }
 
 zob::Ref<CDATASection> Document::createCDATASection(std::string data) {
-  return zob::Ref<CDATASection>(new (std::nothrow) CDATASection(anchor_, std::move(data)));
+  return zob::Ref<CDATASection>(new (&arena_) CDATASection(anchor_, std::move(data)));
 }
 
 zob::Ref<Attr> Document::createAttribute(const std::string& name) {
-  return zob::Ref<Attr>(new (std::nothrow) Attr(anchor_, name, std::string()));
+  return zob::Ref<Attr>(new (&arena_) Attr(anchor_, name, std::string()));
 }
 
 ZResult Document::write(IXMLWriter* writer) {

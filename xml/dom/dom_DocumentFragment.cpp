@@ -26,7 +26,7 @@ bool DocumentFragment::mayInsertNode(Node* child) const {
 }
 
 zob::Ref<Node> DocumentFragment::cloneShallow(const util::WeakRefBase& document) const {
-  return zob::Ref<Node>(new (std::nothrow) DocumentFragment(document));
+  return zob::Ref<Node>(new (arenaOf(document)) DocumentFragment(document));
 }
 
 }  // namespace qor::quv::xml::dom

@@ -23,12 +23,15 @@ void Element::releaseOwned() {
     map->detach();
     map->release();
   }
-  std::vector<Attr*> attributes;
-  attributes.swap(attributes_);
-  for (Attr* a : attributes) {
-    a->parent_ = nullptr;
-    a->release();
+  Attr** attributes = attrs_;
+  const std::uint32_t count = attrCount_;
+  attrs_ = nullptr;
+  attrCount_ = attrCapacity_ = 0;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    attributes[i]->parent_ = nullptr;
+    attributes[i]->release();
   }
+  NodeArena::release(attributes);
   Node::releaseOwned();
 }
 
@@ -49,10 +52,10 @@ bool Element::mayInsertNode(Node* child) const {
 
 std::size_t Element::lowerBound(const char* name) const {
   std::size_t lo = 0;
-  std::size_t hi = attributes_.size();
+  std::size_t hi = attrCount_;
   while (lo < hi) {
     std::size_t mid = (lo + hi) / 2;
-    if (std::strcmp(attributes_[mid]->name_.c_str(), name) < 0)
+    if (std::strcmp(attrs_[mid]->name_.c_str(), name) < 0)
       lo = mid + 1;
     else
       hi = mid;
@@ -62,23 +65,44 @@ std::size_t Element::lowerBound(const char* name) const {
 
 Attr* Element::find(const char* name) const {
   std::size_t pos = lowerBound(name);
-  if (pos < attributes_.size() && attributes_[pos]->name_ == name) return attributes_[pos];
+  if (pos < attrCount_ && attrs_[pos]->name_ == name) return attrs_[pos];
   return nullptr;
 }
 
-void Element::insertAttr(Attr* attribute) {
-  std::size_t pos = attributes_.size();
+bool Element::growAttrs(std::size_t count) {
+  if (count <= attrCapacity_) return true;
+  if (count > 0x7FFFFFFF) return false;
+  if (count < 2 * static_cast<std::size_t>(attrCapacity_)) count = 2 * attrCapacity_;
+  NodeArena* arena = arenaOf(documentRef());
+  const std::size_t bytes = count * sizeof(Attr*);
+  auto** grown =
+      static_cast<Attr**>(arena ? arena->allocate(bytes) : NodeArena::allocateAlone(bytes));
+  if (!grown) return false;
+  if (attrCount_) std::memcpy(grown, attrs_, attrCount_ * sizeof(Attr*));
+  NodeArena::release(attrs_);
+  attrs_ = grown;
+  attrCapacity_ = static_cast<std::uint32_t>(count);
+  return true;
+}
+
+bool Element::insertAttr(Attr* attribute) {
+  if (attrCount_ == attrCapacity_ && !growAttrs(attrCount_ + 1u)) return false;
+  std::size_t pos = attrCount_;
   // Attributes often arrive in name order: append without a search.
-  if (pos > 0 && attributes_.back()->name_.compare(attribute->name_) >= 0)
+  if (pos > 0 && attrs_[pos - 1]->name_.compare(attribute->name_) >= 0)
     pos = lowerBound(attribute->name_.c_str());
-  attributes_.insert(attributes_.begin() + static_cast<std::ptrdiff_t>(pos), attribute);
+  std::memmove(attrs_ + pos + 1, attrs_ + pos, (attrCount_ - pos) * sizeof(Attr*));
+  attrs_[pos] = attribute;
+  ++attrCount_;
   attribute->nodeAddRef();
   attribute->parent_ = this;
+  return true;
 }
 
 Attr* Element::takeAt(std::size_t pos) {
-  Attr* a = attributes_[pos];
-  attributes_.erase(attributes_.begin() + static_cast<std::ptrdiff_t>(pos));
+  Attr* a = attrs_[pos];
+  std::memmove(attrs_ + pos, attrs_ + pos + 1, (attrCount_ - pos - 1) * sizeof(Attr*));
+  --attrCount_;
   a->parent_ = nullptr;
   return a;
 }
@@ -93,15 +117,15 @@ ZResult Element::setAttribute(const std::string& name, const std::string& value)
     a->value_ = value;
     return zob::kOk;
   }
-  Attr* a = new (std::nothrow) Attr(documentRef(), name, value);
+  Attr* a = new (arenaOf(documentRef())) Attr(documentRef(), name, value);
   if (!a) return zob::kOutOfMemory;
-  insertAttr(a);
-  return zob::kOk;
+  zob::Ref<Attr> hold(a);  // freed again when it cannot be inserted
+  return insertAttr(a) ? zob::kOk : zob::kOutOfMemory;
 }
 
 void Element::removeAttribute(const std::string& name) {
   std::size_t pos = lowerBound(name.c_str());
-  if (pos < attributes_.size() && attributes_[pos]->name_ == name) takeAt(pos)->release();
+  if (pos < attrCount_ && attrs_[pos]->name_ == name) takeAt(pos)->release();
 }
 
 Attr* Element::getAttributeNode(const std::string& name) const {
@@ -112,13 +136,13 @@ bool Element::hasAttribute(const std::string& name) const {
   return find(name.c_str()) != nullptr;
 }
 
-void Element::reserveAttributes(int count) {
-  if (count > 0) attributes_.reserve(static_cast<std::size_t>(count));
+bool Element::reserveAttributes(int count) {
+  return count <= 0 || growAttrs(static_cast<std::size_t>(count));
 }
 
 Attr* Element::getAttributeAt(int index) const {
-  if (index < 0 || static_cast<std::size_t>(index) >= attributes_.size()) return nullptr;
-  return attributes_[static_cast<std::size_t>(index)];
+  if (index < 0 || static_cast<std::uint32_t>(index) >= attrCount_) return nullptr;
+  return attrs_[index];
 }
 
 ZResult Element::setAttributeNode(Attr* attribute, zob::Ref<Attr>* replaced) {
@@ -129,13 +153,12 @@ ZResult Element::setAttributeNode(Attr* attribute, zob::Ref<Attr>* replaced) {
   if (attribute->parent_) return zob::kDomInuseAttribute;
   zob::Ref<Attr> hold(attribute);
   std::size_t pos = lowerBound(attribute->name_.c_str());
-  if (pos < attributes_.size() && attributes_[pos]->name_ == attribute->name_) {
+  if (pos < attrCount_ && attrs_[pos]->name_ == attribute->name_) {
     zob::Ref<Attr> old = zob::Ref<Attr>::adopt(takeAt(pos));
     if (replaced) *replaced = std::move(old);
   }
   if (needsAdoption(attribute)) attribute->adoptDocument(documentRef());
-  insertAttr(attribute);
-  return zob::kOk;
+  return insertAttr(attribute) ? zob::kOk : zob::kOutOfMemory;
 }
 
 ZResult Element::removeAttributeNode(Attr* attribute, zob::Ref<Attr>* removed) {
@@ -143,7 +166,7 @@ ZResult Element::removeAttributeNode(Attr* attribute, zob::Ref<Attr>* removed) {
   if (!attribute) return zob::kInvalidArgument;
   if (attribute->parent_ != this) return zob::kDomNotFound;
   std::size_t pos = lowerBound(attribute->name_.c_str());
-  if (pos >= attributes_.size() || attributes_[pos] != attribute) return zob::kDomNotFound;
+  if (pos >= attrCount_ || attrs_[pos] != attribute) return zob::kDomNotFound;
   zob::Ref<Attr> old = zob::Ref<Attr>::adopt(takeAt(pos));
   if (removed) *removed = std::move(old);
   return zob::kOk;
@@ -159,7 +182,7 @@ AttrNodeMap* Element::getAttributes() {
 
 void Element::adoptDocument(const util::WeakRefBase& document) {
   Node::adoptDocument(document);
-  for (Attr* a : attributes_) a->adoptDocument(document);
+  for (std::uint32_t i = 0; i < attrCount_; ++i) attrs_[i]->adoptDocument(document);
 }
 
 // ---- writing and copying -----------------------------------------------------
@@ -167,7 +190,8 @@ void Element::adoptDocument(const util::WeakRefBase& document) {
 ZResult Element::writeStart(IXMLWriter* writer) {
   ZResult res = writer->startElement(tagName_.c_str(), kFormatInline);
   if (EFAILED(res)) return res;
-  for (Attr* a : attributes_) {
+  for (std::uint32_t i = 0; i < attrCount_; ++i) {
+    const Attr* a = attrs_[i];
     res = writer->stringAttribute(a->name_.c_str(), a->value_.c_str());
     if (EFAILED(res)) return res;
   }
@@ -179,14 +203,15 @@ ZResult Element::writeEnd(IXMLWriter* writer) {
 }
 
 zob::Ref<Node> Element::cloneShallow(const util::WeakRefBase& document) const {
-  zob::Ref<Element> copy(new (std::nothrow) Element(document, tagName_));
+  zob::Ref<Element> copy(new (arenaOf(document)) Element(document, tagName_));
   if (!copy) return {};
-  copy->attributes_.reserve(attributes_.size());
-  for (Attr* a : attributes_) {
-    Attr* c = new (std::nothrow) Attr(document, a->name_, a->value_);
+  if (!copy->growAttrs(attrCount_)) return {};
+  for (std::uint32_t i = 0; i < attrCount_; ++i) {
+    const Attr* a = attrs_[i];
+    Attr* c = new (arenaOf(document)) Attr(document, a->name_, a->value_);
     if (!c) return {};
     // Already in order: append.
-    copy->attributes_.push_back(c);
+    copy->attrs_[copy->attrCount_++] = c;
     c->nodeAddRef();
     c->parent_ = copy.get();
   }
@@ -212,10 +237,10 @@ ZResult Element::setAttribute(const char* name, const char* value) {
     a->value_ = value;
     return zob::kOk;
   }
-  Attr* a = new (std::nothrow) Attr(documentRef(), name, value);
+  Attr* a = new (arenaOf(documentRef())) Attr(documentRef(), name, value);
   if (!a) return zob::kOutOfMemory;
-  insertAttr(a);
-  return zob::kOk;
+  zob::Ref<Attr> hold(a);  // freed again when it cannot be inserted
+  return insertAttr(a) ? zob::kOk : zob::kOutOfMemory;
 }
 
 ZResult Element::removeAttribute(const char* name) {

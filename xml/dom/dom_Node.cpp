@@ -5,6 +5,17 @@
 
 #include <cstdlib>
 
+#if defined(__SANITIZE_ADDRESS__)
+#define KELP_DOM_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KELP_DOM_ASAN 1
+#endif
+#endif
+#ifdef KELP_DOM_ASAN
+#include <sanitizer/asan_interface.h>
+#endif
+
 #include <kelp/xml/dom/dom_AttrNodeMap.h>
 #include <kelp/xml/dom/dom_CharacterData.h>
 #include <kelp/xml/dom/dom_ChildNodeList.h>
@@ -24,7 +35,156 @@ namespace {
 __attribute__((tls_model("initial-exec"))) thread_local Node* tPending = nullptr;
 __attribute__((tls_model("initial-exec"))) thread_local bool tDraining = false;
 
+// ---- node storage --------------------------------------------------------------
+//
+// Every node is preceded by a header naming the block it was placed in, or
+// null for a node allocated alone. A block counts the nodes placed in it
+// that are not yet freed, plus kOpen while its arena may still place nodes
+// there; releasing the arena's share takes kOpen minus the nodes placed, so
+// the count ends at zero with the last node, whichever goes last. The count
+// is atomic: nodes may be released on any thread.
+
+struct alignas(16) NodeHeader {
+  NodeArena::Block* block;
+  std::size_t bytes;  // header and node
+};
+
+constexpr std::size_t kHeaderBytes = sizeof(NodeHeader);
+// Blocks grow from the first to the largest size, doubling, so that a small
+// document takes little and a large one few blocks; what would take more
+// than an eighth of the largest block is allocated alone.
+constexpr std::size_t kFirstBlockBytes = 2 * 1024 - 64;
+constexpr std::size_t kLargestBlockBytes = 64 * 1024 - 64;
+constexpr std::int32_t kOpen = 1 << 30;
+
+constexpr std::size_t slotBytes(std::size_t size) {
+  return kHeaderBytes + ((size + 15) & ~std::size_t(15));
+}
+
+// With AddressSanitizer, the parts of a block that hold no live node are
+// poisoned, so that a freed node is still caught when touched.
+void poison(void* p, std::size_t n) {
+#ifdef KELP_DOM_ASAN
+  ASAN_POISON_MEMORY_REGION(p, n);
+#else
+  (void)p;
+  (void)n;
+#endif
+}
+
+void unpoison(void* p, std::size_t n) {
+#ifdef KELP_DOM_ASAN
+  ASAN_UNPOISON_MEMORY_REGION(p, n);
+#else
+  (void)p;
+  (void)n;
+#endif
+}
+
 }  // namespace
+
+struct NodeArena::Block {
+  std::int32_t live;
+  std::uint32_t bytes;
+};
+
+namespace {
+
+static_assert(sizeof(NodeArena::Block) <= kHeaderBytes);
+
+void releaseBlock(NodeArena::Block* block, std::int32_t count) noexcept {
+  const std::int32_t left = __atomic_sub_fetch(&block->live, count, __ATOMIC_ACQ_REL);
+  if (left < 0) std::abort();  // more nodes freed than placed: memory is corrupt
+  if (left == 0) {
+    unpoison(block, block->bytes);
+    std::free(block);
+  }
+}
+
+}  // namespace
+
+NodeArena::~NodeArena() {
+  close();
+}
+
+void NodeArena::close() noexcept {
+  if (Block* b = block_) {
+    block_ = nullptr;
+    next_ = end_ = nullptr;
+    releaseBlock(b, kOpen - placed_);
+  }
+}
+
+void* NodeArena::allocateAlone(std::size_t size) noexcept {
+  auto* h = static_cast<NodeHeader*>(std::malloc(slotBytes(size)));
+  if (!h) return nullptr;
+  h->block = nullptr;
+  h->bytes = slotBytes(size);
+  return h + 1;
+}
+
+void NodeArena::release(void* p) noexcept {
+  if (!p) return;
+  NodeHeader* h = static_cast<NodeHeader*>(p) - 1;
+  Block* block = h->block;
+  if (!block) {
+    std::free(h);
+    return;
+  }
+  poison(h, h->bytes);
+  releaseBlock(block, 1);
+}
+
+void* NodeArena::allocate(std::size_t size) noexcept {
+  const std::size_t bytes = slotBytes(size);
+  if (static_cast<std::size_t>(end_ - next_) < bytes) {
+    if (bytes > kLargestBlockBytes / 8) return allocateAlone(size);
+    std::size_t blockBytes =
+        block_ ? 2 * (static_cast<std::size_t>(block_->bytes) + 64) - 64 : kFirstBlockBytes;
+    if (blockBytes > kLargestBlockBytes) blockBytes = kLargestBlockBytes;
+    if (blockBytes < kHeaderBytes + bytes) blockBytes = kHeaderBytes + bytes;
+    void* memory = std::malloc(blockBytes);
+    if (!memory) return nullptr;
+    close();
+    block_ = new (memory) Block{kOpen, static_cast<std::uint32_t>(blockBytes)};
+    placed_ = 0;
+    next_ = static_cast<char*>(memory) + kHeaderBytes;
+    end_ = static_cast<char*>(memory) + blockBytes;
+    poison(next_, static_cast<std::size_t>(end_ - next_));
+  }
+  auto* h = reinterpret_cast<NodeHeader*>(next_);
+  unpoison(h, bytes);
+  next_ += bytes;
+  ++placed_;
+  h->block = block_;
+  h->bytes = bytes;
+  return h + 1;
+}
+
+void* Node::operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return NodeArena::allocateAlone(size);
+}
+
+void* Node::operator new(std::size_t size, NodeArena* arena) noexcept {
+  return arena ? arena->allocate(size) : NodeArena::allocateAlone(size);
+}
+
+void Node::operator delete(void* p) noexcept {
+  NodeArena::release(p);
+}
+
+void Node::operator delete(void* p, const std::nothrow_t&) noexcept {
+  Node::operator delete(p);
+}
+
+void Node::operator delete(void* p, NodeArena*) noexcept {
+  Node::operator delete(p);
+}
+
+NodeArena* Node::arenaOf(const util::WeakRefBase& document) {
+  void* doc = document.getRef();
+  return doc ? &static_cast<Document*>(doc)->arena_ : nullptr;
+}
 
 Node::Node(const util::WeakRefBase& document)
     : refs_(0),

@@ -32,11 +32,11 @@ ZResult Text::writeStart(IXMLWriter* writer) {
 }
 
 zob::Ref<Node> Text::cloneShallow(const util::WeakRefBase& document) const {
-  return zob::Ref<Node>(new (std::nothrow) Text(document, data_));
+  return zob::Ref<Node>(new (arenaOf(document)) Text(document, data_));
 }
 
 zob::Ref<Text> Text::makeSibling(const std::string& data) const {
-  return zob::Ref<Text>(new (std::nothrow) Text(documentRef(), data));
+  return zob::Ref<Text>(new (arenaOf(documentRef())) Text(documentRef(), data));
 }
 
 ZResult Text::splitTextChecked(int offset, zob::Ref<Text>* newText) {

@@ -66,6 +66,12 @@ void Attributes::add(const char* uri, const char* localName, const char* qName, 
       Attr{orEmpty(uri), orEmpty(localName), orEmpty(qName), orEmpty(type), orEmpty(value)});
 }
 
+// The field getters below are called for every attribute of every element:
+// each finds its entry here, inline, rather than through a call of at().
+#define KELP_ATTR_FIELD(field)                                                                  \
+  if (!data_ || index < 0 || static_cast<std::size_t>(index) >= data_->attrs.size()) return ""; \
+  return data_->attrs[static_cast<std::size_t>(index)].field
+
 const Attributes::Attr* Attributes::at(int index) const {
   if (!data_ || index < 0 || static_cast<std::size_t>(index) >= data_->attrs.size()) return nullptr;
   return &data_->attrs[static_cast<std::size_t>(index)];
@@ -76,29 +82,26 @@ int Attributes::getLength() const {
 }
 
 const char* Attributes::getURI(int index) const {
-  const Attr* a = at(index);
-  return a ? a->uri : "";
+  KELP_ATTR_FIELD(uri);
 }
 
 const char* Attributes::getLocalName(int index) const {
-  const Attr* a = at(index);
-  return a ? a->localName : "";
+  KELP_ATTR_FIELD(localName);
 }
 
 const char* Attributes::getQName(int index) const {
-  const Attr* a = at(index);
-  return a ? a->qName : "";
+  KELP_ATTR_FIELD(qName);
 }
 
 const char* Attributes::getType(int index) const {
-  const Attr* a = at(index);
-  return a ? a->type : "";
+  KELP_ATTR_FIELD(type);
 }
 
 const char* Attributes::getValue(int index) const {
-  const Attr* a = at(index);
-  return a ? a->value : "";
+  KELP_ATTR_FIELD(value);
 }
+
+#undef KELP_ATTR_FIELD
 
 int Attributes::getIndex(const char* qName) const {
   if (!data_) return -1;

@@ -9,9 +9,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -19,6 +22,7 @@
 
 #include <kelp/util/utl_Logger.h>
 #include <kelp/util/utl_StackAlloc.h>
+#include <kelp/util/utl_StringBuf.h>
 #include <kelp/xml/sax/sax_Attributes.h>
 #include <kelp/xml/sax/sax_DefaultHandler.h>
 #include <kelp/xml/sax/sax_HTML4Entities.h>
@@ -71,28 +75,148 @@ bool isXmlChar(std::uint32_t c) {
   return c != 0xFFFE && c != 0xFFFF;
 }
 
-// Reads the replacement text of an internal entity, which it keeps alive.
-class EntityTextSource : public SimpleInputSource {
+// Reads the replacement text of an internal entity, which it keeps alive,
+// in place: the text is the buffer, so a reference costs no copy and no
+// buffer of its own. Errors inside the text are reported with the ids of
+// the input that referred to the entity (which stays below it on the input
+// stack while the text is read) and the line within the text.
+class EntityTextSource final : public InputSource {
  public:
-  EntityTextSource(const std::string& publicId, const std::string& systemId,
-                   SimpleXMLReader::InternalEntity* entity)
-      : SimpleInputSource(publicId, systemId), entity_(entity) {
+  EntityTextSource(InputSource* referrer, SimpleXMLReader::InternalEntity* entity)
+      : referrer_(referrer), entity_(entity) {
     entity_->addRef();
+    const std::string& t = entity_->getReplacementText();
+    p_ = t.data();
+    e_ = p_ + t.size();
   }
   ~EntityTextSource() override { entity_->release(); }
+  EntityTextSource(const EntityTextSource&) = delete;
+
+  // A source lives for one reference. Its memory comes from a pool of the
+  // reader, which keeps a few blocks for the next ones; each block starts
+  // with the pool it goes back to.
+  class Pool {
+   public:
+    Pool() = default;
+    Pool(const Pool&) = delete;
+    Pool& operator=(const Pool&) = delete;
+    ~Pool() {
+      while (count_ > 0) ::operator delete(blocks_[--count_]);
+    }
+    void* take() {
+      void* block =
+          count_ > 0 ? blocks_[--count_] : ::operator new(kHeader + sizeof(EntityTextSource));
+      *static_cast<Pool**>(block) = this;
+      return static_cast<char*>(block) + kHeader;
+    }
+    void give(void* block) {
+      if (count_ == kMax)
+        ::operator delete(block);
+      else
+        blocks_[count_++] = block;
+    }
+
+   private:
+    static constexpr int kMax = 16;
+    void* blocks_[kMax];
+    int count_ = 0;
+  };
+  static constexpr std::size_t kHeader = alignof(std::max_align_t);
+  static void* operator new(std::size_t, Pool& pool) { return pool.take(); }
+  static void operator delete(void* object, Pool&) { operator delete(object); }
+  static void operator delete(void* object) {
+    void* block = static_cast<char*>(object) - kHeader;
+    (*static_cast<Pool**>(block))->give(block);
+  }
+  EntityTextSource& operator=(const EntityTextSource&) = delete;
+
+  bool good() override { return p_ < e_; }
+  bool eof() override { return p_ == e_; }
+  bool error() override { return false; }
+  int get() override {
+    if (p_ == e_) return -1;
+    unsigned char c = static_cast<unsigned char>(*p_++);
+    if (c == '\n') ++line_;
+    return c;
+  }
+  void unget(char c) override {
+    if (p_ == begin() || p_[-1] != c) {
+      // Not the byte that stood there: the rest moves into a copy of our own.
+      std::string rest(1, c);
+      rest.append(p_, static_cast<std::size_t>(e_ - p_));
+      own_ = std::move(rest);
+      p_ = own_.data();
+      e_ = p_ + own_.size();
+    } else {
+      --p_;
+    }
+    if (c == '\n') --line_;
+  }
+  int consume(int count) override {
+    int n = 0;
+    while (n < count && get() >= 0) ++n;
+    return n;
+  }
+  bool testPending(const char** patterns, const char* follow) override {
+    if (!patterns) return false;
+    const std::size_t have = static_cast<std::size_t>(e_ - p_);
+    for (const char** q = patterns; *q; ++q) {
+      const std::size_t len = std::strlen(*q);
+      if (have < len || std::memcmp(p_, *q, len) != 0) continue;
+      if (!follow || !*follow) return true;
+      if (have > len && std::strchr(follow, p_[len])) return true;
+    }
+    return false;
+  }
+  int skipSpace(util::StringBuf* buf) override {
+    const char* s = p_;
+    while (p_ < e_ && (scanClass(*p_) & detail::kSpace)) get();
+    if (buf && p_ > s) buf->append(s, static_cast<unsigned>(p_ - s));
+    return static_cast<int>(p_ - s);
+  }
+  bool getName(util::StringBuf* buf) override { return scanName(buf, detail::kNameStart); }
+  bool getNmToken(util::StringBuf* buf) override { return scanName(buf, detail::kNameChar); }
+  Locator getLocator() override {
+    Locator outer = referrer_->getLocator();
+    return DefaultLocator(outer.getPublicId(), outer.getSystemId(), line_, 0);
+  }
   bool setEncoding(const char*, const char*) override { return true; }
   int fetch(char* buffer, std::size_t size) override {
-    const std::string& t = entity_->getReplacementText();
-    std::size_t n = t.size() - at_;
+    std::size_t n = static_cast<std::size_t>(e_ - p_);
     if (n > size) n = size;
-    std::memcpy(buffer, t.data() + at_, n);
-    at_ += n;
+    for (std::size_t i = 0; i < n; ++i) buffer[i] = static_cast<char>(get());
     return static_cast<int>(n);
+  }
+  bool peekRun(const char** begin, const char** end) override {
+    if (p_ == e_) return false;
+    *begin = p_;
+    *end = e_;
+    return true;
+  }
+  void consumeRun(std::size_t count, int lineFeeds) override {
+    std::size_t have = static_cast<std::size_t>(e_ - p_);
+    p_ += count < have ? count : have;
+    line_ += lineFeeds;
   }
 
  private:
+  const char* begin() const {
+    return own_.empty() ? entity_->getReplacementText().data() : own_.data();
+  }
+  bool scanName(util::StringBuf* buf, std::uint16_t first) {
+    if (p_ == e_ || !(scanClass(*p_) & (first | detail::kNonAscii))) return false;
+    const char* s = p_++;
+    while (p_ < e_ && (scanClass(*p_) & (detail::kNameChar | detail::kNonAscii))) ++p_;
+    if (buf) buf->append(s, static_cast<unsigned>(p_ - s));
+    return true;
+  }
+
+  InputSource* referrer_;
   SimpleXMLReader::InternalEntity* entity_;
-  std::size_t at_ = 0;
+  std::string own_;  // the text once an unget changed it
+  const char* p_;
+  const char* e_;
+  int line_ = 1;
 };
 
 bool isPublicIdChar(int c) {
@@ -190,6 +314,7 @@ struct SimpleXMLReader::Data {
     const char* name;
     size_t length;
     const char* value;
+    const char* colon;  // the name's first (with namespaces on), or null
   };
   std::vector<RawAttr> attrs;
   // The list handed to startElement, emptied and refilled for every tag.
@@ -209,13 +334,30 @@ struct SimpleXMLReader::Data {
 
   // Declared entities, parameter entities under "%" and their name; each
   // holds one reference. Kept from document to document.
-  std::unordered_map<std::string, Entity*> entities;
+  // Entity names are short: FNV-1a hashes them in fewer steps than the
+  // library's hash for long strings.
+  struct EntityHash {
+    using is_transparent = void;
+    size_t operator()(std::string_view s) const {
+      std::uint64_t h = 14695981039346656037ull;
+      for (char c : s) h = (h ^ static_cast<unsigned char>(c)) * 1099511628211ull;
+      return static_cast<size_t>(h);
+    }
+  };
+  struct Declared {
+    Entity* entity;
+    InternalEntity* internal;  // the same entity when it is internal, else null
+  };
+  std::unordered_map<std::string, Declared, EntityHash, std::equal_to<>> entities;
   EntityLimits limits;
   EntityCounters counters;
+  // Memory for the sources of internal entity text; it outlives them, as
+  // each parse empties its input stack before it returns.
+  EntityTextSource::Pool sourcePool;
 
   ~Data() {
     closeCodec();
-    for (auto& e : entities) e.second->release();
+    for (auto& e : entities) e.second.entity->release();
   }
 
   void closeCodec() {
@@ -260,7 +402,7 @@ struct SimpleXMLReader::Data {
   // ---- scanning -----------------------------------------------------------
 
   // Skips white space; true when there was any.
-  bool skipSpace() {
+  [[gnu::always_inline]] bool skipSpace() {
     bool any = false;
     for (;;) {
       if (cur.p == cur.e && !cur.fill()) return any;
@@ -354,9 +496,22 @@ struct SimpleXMLReader::Data {
           continue;
         }
         if (scanClass(*p) & (detail::kUtf8Check | detail::kForbidden)) [[unlikely]] {
-          if (!(scanClass(*p) & detail::kForbidden) && !forbiddenUtf8(p, e)) {
-            ++p;
-            continue;
+          bool bad = scanClass(*p) & detail::kForbidden;
+          if (!bad) {
+            if (e - p >= 3 || static_cast<unsigned char>(*p) >= 0xF5) {
+              bad = forbiddenUtf8(p, e);
+            } else {
+              // The window ends inside the sequence.
+              out.append(s, static_cast<size_t>(p - s));
+              cur.p = p;
+              bad = forbiddenHere();
+              s = p = cur.p;
+              e = cur.e;
+            }
+            if (!bad) {
+              ++p;
+              continue;
+            }
           }
           out.append(s, static_cast<size_t>(p - s));
           cur.p = p;
@@ -394,6 +549,27 @@ struct SimpleXMLReader::Data {
     return b(1) == 0xBF && (b(2) == 0xBE || b(2) == 0xBF);
   }
 
+  // Does the input at cur.p start with a sequence that forbiddenUtf8
+  // refuses? A sequence cut by the window's end is read from the source
+  // and put back, after which the window shows it whole (when the source
+  // can show more than one byte at a time).
+  bool forbiddenHere() {
+    const int n = detail::utf8Length(static_cast<unsigned char>(*cur.p));
+    if (cur.e - cur.p >= n || static_cast<unsigned char>(*cur.p) >= 0xF5)
+      return forbiddenUtf8(cur.p, cur.e);
+    cur.drop();
+    char bytes[4];
+    int got = 0;
+    while (got < n) {
+      int c = input->get();
+      if (c < 0) break;
+      bytes[got++] = static_cast<char>(c);
+    }
+    bool bad = forbiddenUtf8(bytes, bytes + got);
+    for (int i = got; i-- > 0;) input->unget(bytes[i]);
+    return !cur.fill() || bad;
+  }
+
   char* scratchCopy(const char* s, size_t n) {
     char* r = static_cast<char*>(scratch.alloc(static_cast<unsigned>(n + 1)));
     std::memcpy(r, s, n);
@@ -402,29 +578,111 @@ struct SimpleXMLReader::Data {
   }
 
   // Reads a name into the scratch allocator; null (nothing reported) when no
-  // name starts here.
+  // name starts here. ASCII names that end inside the window take the first
+  // loop only.
+  // Also notes where the name's first colon stands and whether there are
+  // more (nameColon, nameColons); the scan stops at each colon, so this
+  // costs nothing per character.
   char* readName(size_t* length) {
     if (cur.p == cur.e && !cur.fill()) return nullptr;
-    if (!(scanClass(*cur.p) & detail::kNameStart)) return nullptr;
     const char* s = cur.p;
-    const char* p = s + 1;
-    while (p < cur.e && (scanClass(*p) & detail::kNameChar)) ++p;
-    if (p < cur.e) {
-      cur.p = p;
-      *length = static_cast<size_t>(p - s);
-      return scratchCopy(s, *length);
+    const char* p = s;
+    if (scanClass(*p) & detail::kNameStart) {
+      const char* colon = *p == ':' ? p : nullptr;
+      int colons = colon != nullptr;
+      ++p;
+      std::uint16_t c = 0;
+      for (;;) {
+        while (p < cur.e && ((c = scanClass(*p)) & detail::kNamePart)) ++p;
+        // A name character that is no name part is a colon.
+        if (p == cur.e || !(c & detail::kNameChar)) break;
+        if (!colons++) colon = p;
+        ++p;
+      }
+      if (p < cur.e && !(c & detail::kNonAscii)) {
+        cur.p = p;
+        *length = static_cast<size_t>(p - s);
+        char* name = scratchCopy(s, *length);
+        nameColon = colon ? name + (colon - s) : nullptr;
+        nameColons = colons;
+        return name;
+      }
+    } else if (!(scanClass(*p) & detail::kNonAscii)) {
+      return nullptr;
     }
     nameBuf.assign(s, static_cast<size_t>(p - s));
     cur.p = p;
-    while (cur.fill()) {
-      s = p = cur.p;
-      while (p < cur.e && (scanClass(*p) & detail::kNameChar)) ++p;
-      nameBuf.append(s, static_cast<size_t>(p - s));
-      cur.p = p;
-      if (p < cur.e) break;
+    char* name = readNameRest(false, length);
+    if (name) {
+      nameColon = static_cast<char*>(std::memchr(name, ':', *length));
+      nameColons = 0;
+      for (size_t i = 0; i < *length; ++i) nameColons += name[i] == ':';
     }
+    return name;
+  }
+  const char* nameColon = nullptr;
+  int nameColons = 0;
+
+  // A name token (any name character may come first), or null.
+  char* readNmToken(size_t* length) {
+    nameBuf.clear();
+    return readNameRest(true, length);
+  }
+
+  // Goes on with the name begun in nameBuf: characters outside ASCII and
+  // names that run past the window. With UTF-8 text every character from
+  // U+0080 is checked against the XML name ranges; other output encodings
+  // cannot be told apart byte by byte and pass as they are.
+  char* readNameRest(bool token, size_t* length) {
+    for (;;) {
+      if (cur.p == cur.e && !cur.fill()) break;
+      const char* p = cur.p;
+      const std::uint16_t cls = scanClass(*p);
+      if (cls & ((nameBuf.empty() && !token) ? detail::kNameStart : detail::kNameChar)) {
+        const char* s = p++;
+        while (p < cur.e && (scanClass(*p) & detail::kNameChar)) ++p;
+        nameBuf.append(s, static_cast<size_t>(p - s));
+        cur.p = p;
+        continue;
+      }
+      if (!(cls & detail::kNonAscii)) break;
+      int n = 1;
+      if (useUtf8) {
+        n = detail::utf8NameChar(p, cur.e, nameBuf.empty() && !token);
+        if (n < 0) {
+          // The window ends inside the character.
+          if (joinCharacter(nameBuf.empty() && !token)) continue;
+          break;
+        }
+        if (n == 0) break;
+      }
+      nameBuf.append(p, static_cast<size_t>(n));
+      cur.p = p + n;
+    }
+    if (nameBuf.empty()) return nullptr;
     *length = nameBuf.size();
     return scratchCopy(nameBuf.data(), nameBuf.size());
+  }
+
+  // The window ends inside the UTF-8 sequence at cur.p: takes its bytes from
+  // the source one by one and appends them to nameBuf when they form a name
+  // character; otherwise puts them back and returns false.
+  bool joinCharacter(bool first) {
+    const int n = detail::utf8Length(static_cast<unsigned char>(*cur.p));
+    cur.drop();
+    char bytes[4];
+    int got = 0;
+    while (got < n) {
+      int c = input->get();
+      if (c < 0) break;
+      bytes[got++] = static_cast<char>(c);
+    }
+    if (got == n && detail::utf8NameChar(bytes, bytes + n, first) == n) {
+      nameBuf.append(bytes, static_cast<size_t>(n));
+      return true;
+    }
+    for (int i = got; i-- > 0;) input->unget(bytes[i]);
+    return false;
   }
 
   // Reads an attribute value after its opening quote, resolving references;
@@ -522,6 +780,7 @@ struct SimpleXMLReader::Data {
   // by appending to out.
   bool reference(RefContext where, char quote, std::string& out) {
     const unsigned entity = currentEntity();
+    InputSource* const source = cur.in;  // that of the "&"
     int c = cur.peek();
     if (c == '#') {
       cur.skip();
@@ -555,13 +814,28 @@ struct SimpleXMLReader::Data {
       }
       return deliverCodePoint(where, cp, out);
     }
+    // The common case: a declared entity whose ASCII name and ";" lie in the
+    // window, which still belongs to the source of the "&" (the window only
+    // changes sources when an exhausted one was left).
+    if (!entities.empty() && c >= 0 && cur.in == source &&
+        (scanClass(*cur.p) & detail::kNameStart)) {
+      const char* q = cur.p + 1;
+      while (q < cur.e && (scanClass(*q) & detail::kNameChar)) ++q;
+      if (q < cur.e && *q == ';') {
+        auto it = entities.find(std::string_view(cur.p, static_cast<size_t>(q - cur.p)));
+        if (it != entities.end()) {
+          cur.p = q + 1;
+          return pushEntity(where, it->second);
+        }
+      }
+    }
     void* mark = scratch.getAllocBase();
     size_t n = 0;
     const char* name = readName(&n);
     if (!name) return cur.peek() < 0 ? endOfInput() : fatal(kNameExpected);
     if (!expect(';')) return false;
     if (currentEntity() != entity) return fatal(kCrossesEntity);
-    bool ok = entityReference(where, quote, name, out);
+    bool ok = entityReference(where, quote, name, n, out);
     scratch.setAllocBase(mark);
     return ok;
   }
@@ -587,9 +861,10 @@ struct SimpleXMLReader::Data {
   // character starts the next run of character data. A name the reader does
   // not know goes to skippedEntity, in content and in attribute values
   // alike.
-  bool entityReference(RefContext where, char quote, const char* name, std::string& out) {
+  bool entityReference(RefContext where, char quote, const char* name, size_t length,
+                       std::string& out) {
     if (!entities.empty()) {
-      auto it = entities.find(name);
+      auto it = entities.find(std::string_view(name, length));
       if (it != entities.end()) return pushEntity(where, it->second);
     }
     if (html4Entities) {
@@ -624,8 +899,8 @@ struct SimpleXMLReader::Data {
     length += kExpansionCharge;
     std::size_t open = input->depth() - 1;
     if (open >= limits.maxDepth) return fatal(kExpansionLimit);
-    std::size_t budget = cur.outerBytes * limits.expansionFactor;
-    if (cur.outerBytes && budget / cur.outerBytes != limits.expansionFactor)
+    std::size_t budget;
+    if (__builtin_mul_overflow(cur.outerBytes, limits.expansionFactor, &budget))
       budget = static_cast<std::size_t>(-1);
     if (budget < limits.minExpansion) budget = limits.minExpansion;
     if (length > budget || counters.expandedBytes > budget - length) return fatal(kExpansionLimit);
@@ -641,7 +916,8 @@ struct SimpleXMLReader::Data {
   unsigned serial = 0;
   unsigned currentEntity() {
     if (serial == 0) return 0;  // no entity read yet in this parse
-    instances.resize(input->depth());
+    const std::size_t depth = input->depth();
+    if (depth != instances.size()) instances.resize(depth);
     return instances.back();
   }
   void enterEntity() {
@@ -650,15 +926,16 @@ struct SimpleXMLReader::Data {
   }
 
   // Reads a declared entity in place: its source goes on the input stack.
-  bool pushEntity(RefContext where, Entity* entity) {
+  bool pushEntity(RefContext where, const Declared& declared) {
     cur.drop();
-    Locator here = input->getLocator();
-    if (auto* internal = dynamic_cast<InternalEntity*>(entity)) {
+    if (InternalEntity* internal = declared.internal) {
       if (!withinLimits(internal->getReplacementText().size())) return false;
-      input->push(new EntityTextSource(here.getPublicId(), here.getSystemId(), internal));
+      input->push(new (sourcePool) EntityTextSource(input->top(), internal));
       enterEntity();
       return true;
     }
+    Entity* entity = declared.entity;
+    Locator here = input->getLocator();
     auto* external = dynamic_cast<ExternalEntity*>(entity);
     if (!external) return content->skippedEntity(entity->getName().c_str()) || refused(content);
     if (!external->getNotation().empty())
@@ -763,15 +1040,66 @@ struct SimpleXMLReader::Data {
     return std::strncmp(name, "xmlns", 5) == 0 && (name[5] == 0 || name[5] == ':');
   }
 
+  // With namespaces on, element and attribute names are qualified names: at
+  // most one colon, with a name on either side of it; and no element has
+  // the prefix xmlns.
+  // colon: the first; colons: how many the name holds. The usual valid
+  // name passes the first test.
+  bool checkQName(const char* name, size_t length, const char* colon, int colons, bool isElement) {
+    if (colons == 1 && colon != name && colon + 1 != name + length &&
+        (scanClass(colon[1]) & detail::kNameStart) && !(isElement && colon - name == 5))
+      return true;
+    return checkQNameFully(name, length, colon, colons, isElement);
+  }
+  bool checkQNameFully(const char* name, size_t length, const char* colon, int colons,
+                       bool isElement) {
+    const char* local = colon + 1;
+    const char* end = name + length;
+    bool ok = colons == 1 && colon != name && local != end;
+    if (ok && !(scanClass(*local) & detail::kNameStart))
+      ok = (scanClass(*local) & detail::kNonAscii) &&
+           (!useUtf8 || detail::utf8NameChar(local, end, true) > 0);
+    if (!ok) return fatal(std::string("invalid qualified name '%1'") << name);
+    if (isElement && colon - name == 5 && std::strncmp(name, "xmlns", 5) == 0)
+      return fatal(std::string("element name '%1' has the prefix 'xmlns'") << name);
+    return true;
+  }
+
+  // The rules for the reserved prefixes and namespace names: xml is bound
+  // only to its own namespace and nothing else is bound to it; xmlns and
+  // its namespace name are never declared; a prefix is not bound to the
+  // empty namespace name.
+  bool checkBinding(const char* attribute, const char* prefix, const char* uri) {
+    if (std::strcmp(prefix, "xmlns") == 0)
+      return fatal(std::string("reserved prefix declared: '%1'") << attribute);
+    const bool xmlUri = std::strcmp(uri, kXmlNamespace) == 0;
+    if (std::strcmp(prefix, "xml") == 0) {
+      if (xmlUri) return true;
+      return fatal(std::string("prefix 'xml' bound to namespace '%1'") << uri);
+    }
+    if (xmlUri || std::strcmp(uri, kXmlnsNamespace) == 0)
+      return fatal(std::string("reserved namespace '%1' declared by '%2'") << uri << attribute);
+    if (*prefix && !*uri)
+      return fatal(std::string("empty namespace name for prefix '%1'") << prefix);
+    return true;
+  }
+
+  // With namespaces on, entity names, notation names and processing
+  // instruction targets hold no colon.
+  bool checkNoColon(const char* name) {
+    if (!namespaces || !std::strchr(name, ':')) return true;
+    return fatal(std::string("colon in name '%1'") << name);
+  }
+
   // Splits a qualified name: uri and localName per the namespace rules.
-  void resolve(const char* qName, size_t length, bool isElement, const char** uri,
+  // colon is the name's first colon, or null.
+  void resolve(const char* qName, const char* colon, bool isElement, const char** uri,
                const char** localName) {
     if (!namespaces) {
       *uri = kEmpty;
       *localName = kEmpty;
       return;
     }
-    const char* colon = static_cast<const char*>(std::memchr(qName, ':', length));
     if (!colon) {
       *uri = isElement ? defaultUri : kEmpty;
       *localName = qName;
@@ -791,6 +1119,10 @@ struct SimpleXMLReader::Data {
     size_t qLength = 0;
     const char* qName = readName(&qLength);
     if (!qName) return cur.peek() < 0 ? endOfInput() : fatal(kNameExpected);
+    const char* qColon = namespaces ? nameColon : nullptr;
+    // (At the end of input that is the error to report.)
+    if (qColon && cur.peek() >= 0 && !checkQName(qName, qLength, qColon, nameColons, true))
+      return false;
     size_t bindingsBefore = bindings.size();
     attrs.clear();
     bool empty = false;
@@ -812,6 +1144,8 @@ struct SimpleXMLReader::Data {
       size_t nameLength = 0;
       const char* name = readName(&nameLength);
       if (!name) return fatal(kNameExpected);
+      const char* colon = namespaces ? nameColon : nullptr;
+      const int colons = nameColons;
       skipSpace();
       if (!expect('=')) return false;
       skipSpace();
@@ -821,9 +1155,11 @@ struct SimpleXMLReader::Data {
       cur.skip();
       const char* v = readAttributeValue(static_cast<char>(c));
       if (!v) return false;
+      if (colon && !checkQName(name, nameLength, colon, colons, false)) return false;
       if (isNamespaceDeclaration(name)) {
         if (namespaces) {
           const char* prefix = name[5] ? name + 6 : kEmpty;
+          if (!checkBinding(name, prefix, v)) return false;
           if (!content->startPrefixMapping(prefix, v)) return refused(content);
           bind(prefix, v);
         } else if (!namespacePrefixes) {
@@ -831,20 +1167,20 @@ struct SimpleXMLReader::Data {
         }
       }
       if (attrs.capacity() == 0) attrs.reserve(32);
-      attrs.push_back({name, nameLength, v});
+      attrs.push_back({name, nameLength, v, colon});
     }
 
     if (currentEntity() != entity) return fatal(kCrossesEntity);
     const char* uri;
     const char* localName;
-    resolve(qName, qLength, true, &uri, &localName);
+    resolve(qName, qColon, true, &uri, &localName);
     reader->clearAttributes(&list);
     if (!attrs.empty()) {
       reader->reserveAttributes(&list, static_cast<unsigned>(attrs.size()));
       for (const RawAttr& a : attrs) {
         const char* aUri;
         const char* aLocal;
-        resolve(a.name, a.length, false, &aUri, &aLocal);
+        resolve(a.name, a.colon, false, &aUri, &aLocal);
         reader->addAttribute(&list, aUri, aLocal, a.name, kCData, a.value);
       }
     }
@@ -869,7 +1205,7 @@ struct SimpleXMLReader::Data {
     // The usual case: the name is in the window and matches.
     size_t n = top.qLength;
     if (static_cast<size_t>(cur.e - cur.p) > n && std::memcmp(cur.p, top.qName, n) == 0 &&
-        !(scanClass(cur.p[n]) & detail::kNameChar)) {
+        !(scanClass(cur.p[n]) & (detail::kNameChar | detail::kNonAscii))) {
       cur.p += n;
     } else {
       size_t length = 0;
@@ -921,6 +1257,7 @@ struct SimpleXMLReader::Data {
     const char* target = readName(&n);
     if (!target) return cur.peek() < 0 ? endOfInput() : fatal(kNameExpected);
     if (strcasecmp(target, "xml") == 0) return fatal("syntax error ('xml' not allowed here)");
+    if (!checkNoColon(target)) return false;
     if (!skipSpace() && !lookingAt("?>", 2))
       return cur.peek() < 0 ? endOfInput() : fatal(kSpaceExpected);
     text.clear();
@@ -1109,6 +1446,11 @@ struct SimpleXMLReader::Data {
         return fatal("syntax error (invalid character in version number)");
       });
       if (!ok) return false;
+      // A document of version 1.0 reads no entity of a later version.
+      if (!textDecl)
+        documentVersion = value;
+      else if (documentVersion == "1.0" && value != "1.0")
+        return fatal(std::string("entity of XML version %1 in a document of version 1.0") << value);
       space = skipSpace();
     } else if (!textDecl) {
       return cur.peek() < 0 ? endOfInput() : expected("version");
@@ -1138,6 +1480,7 @@ struct SimpleXMLReader::Data {
     return true;
   }
   std::string declaredEncoding;
+  std::string documentVersion = "1.0";
 
   // ---- document type declaration -----------------------------------------
 
@@ -1167,9 +1510,13 @@ struct SimpleXMLReader::Data {
     cur.skip();
     out.clear();
     for (;;) {
-      int c = cur.next();
+      int c = cur.peek();
       if (c < 0) return endOfInput();
+      if (useUtf8 && (scanClass(*cur.p) & detail::kUtf8Check) && forbiddenHere())
+        return fatal(kIllegalCharacter);
+      cur.skip();
       if (c == q) return true;
+      if (c < 0x20 && c != '\t' && c != '\n' && c != '\r') return fatal(kIllegalCharacter);
       if (publicId && !isPublicIdChar(c)) return fatal("invalid character in public id");
       if (c == '\r') {
         if (cur.peek() == '\n') cur.skip();
@@ -1261,7 +1608,7 @@ struct SimpleXMLReader::Data {
     if (!n || !expect(';')) return false;
     std::string key = std::string("%") + n;
     auto it = entities.find(key);
-    if (it != entities.end() && dynamic_cast<InternalEntity*>(it->second))
+    if (it != entities.end() && it->second.internal)
       return pushEntity(RefContext::Content, it->second);
     return content->skippedEntity(key.c_str()) || refused(content);
   }
@@ -1375,14 +1722,8 @@ struct SimpleXMLReader::Data {
       const char* item = nullptr;
       if (names) {
         item = readName(&n);
-      } else if (cur.peek() >= 0 && (scanClass(*cur.p) & detail::kNameChar)) {
-        // a name token may start with any name character
-        nameBuf.clear();
-        while (cur.peek() >= 0 && (scanClass(*cur.p) & detail::kNameChar)) {
-          nameBuf += *cur.p;
-          cur.skip();
-        }
-        item = nameBuf.c_str();
+      } else {
+        item = readNmToken(&n);
       }
       if (!item) {
         if (cur.peek() < 0) return endOfInput();
@@ -1442,7 +1783,8 @@ struct SimpleXMLReader::Data {
           }
         }
         int next = cur.peek();
-        if (type.empty() || (next >= 0 && (scanClass(static_cast<char>(next)) & detail::kNameChar)))
+        if (type.empty() || (next >= 0 && (scanClass(static_cast<char>(next)) &
+                                           (detail::kNameChar | detail::kNonAscii))))
           return cur.peek() < 0 ? endOfInput() : fatal("syntax error (attribute type expected)");
       }
       if (!requireSpace()) return false;
@@ -1475,8 +1817,11 @@ struct SimpleXMLReader::Data {
   bool entityValue(char quote, std::string& out) {
     out.clear();
     for (;;) {
-      int c = cur.next();
+      int c = cur.peek();
       if (c < 0) return endOfInput();
+      if (useUtf8 && (scanClass(*cur.p) & detail::kUtf8Check) && forbiddenHere())
+        return fatal(kIllegalCharacter);
+      cur.skip();
       if (c == quote) return true;
       if (c == '%') return fatal("syntax error (parameter entity reference in entity value)");
       if (c < 0x20 && c != '\t' && c != '\n' && c != '\r') return fatal(kIllegalCharacter);
@@ -1502,7 +1847,8 @@ struct SimpleXMLReader::Data {
 
   void declare(const std::string& key, Entity* entity) {
     entity->addRef();
-    auto [it, inserted] = entities.try_emplace(key, entity);
+    auto [it, inserted] = entities.try_emplace(key, Declared{entity, nullptr});
+    if (inserted) it->second.internal = dynamic_cast<InternalEntity*>(entity);
     if (!inserted) entity->release();
   }
 
@@ -1516,7 +1862,7 @@ struct SimpleXMLReader::Data {
       if (!requireSpace()) return false;
     }
     const char* n = name();
-    if (!n || !requireSpace()) return false;
+    if (!n || !checkNoColon(n) || !requireSpace()) return false;
     std::string key = parameter ? std::string("%") + n : std::string(n);
     int q = cur.peek();
     if (q == '"' || q == '\'') {
@@ -1554,7 +1900,7 @@ struct SimpleXMLReader::Data {
   bool notationDecl() {
     if (!requireSpace()) return false;
     const char* n = name();
-    if (!n || !requireSpace()) return false;
+    if (!n || !checkNoColon(n) || !requireSpace()) return false;
     std::string publicId, systemId;
     bool present = false;
     if (!externalId(publicId, systemId, true, &present)) return false;
@@ -1591,6 +1937,7 @@ struct SimpleXMLReader::Data {
     attrs.clear();
     open.clear();
     declaredEncoding.clear();
+    documentVersion = "1.0";
     void* base = scratch.getAllocBase();
 
     StackedInputSource stacked(source);
@@ -1695,7 +2042,7 @@ SimpleXMLReader::EntityCounters SimpleXMLReader::getEntityCounters() const {
 }
 const SimpleXMLReader::Entity* SimpleXMLReader::getEntity(const std::string& name) const {
   auto it = d->entities.find(name);
-  return it == d->entities.end() ? nullptr : it->second;
+  return it == d->entities.end() ? nullptr : it->second.entity;
 }
 
 bool SimpleXMLReader::parse(const std::string& systemId) {

@@ -16,8 +16,8 @@ namespace qor::quv::xml::sax::detail {
 // normalise line ends and count line feeds as they go; and the control
 // characters that XML forbids, which they reject.
 enum : std::uint16_t {
-  kNameStart = 1u << 0,     // letters, '_', ':' and every byte from 0x80
-  kNameChar = 1u << 1,      // name start plus digits, '-' and '.'
+  kNameStart = 1u << 0,     // ASCII letters, '_' and ':'
+  kNameChar = 1u << 1,      // ASCII name start plus digits, '-' and '.'
   kSpace = 1u << 2,         // space, tab, CR, LF
   kTextStop = 1u << 3,      // character data: '<' '&' ']'
   kAttrDqStop = 1u << 4,    // attribute value in double quotes: '"' '<' '&'
@@ -26,7 +26,9 @@ enum : std::uint16_t {
   kBracketStop = 1u << 7,   // CDATA section: ']'
   kQuestionStop = 1u << 8,  // processing instruction: '?'
   kForbidden = 1u << 9,     // control characters XML does not allow
-  kUtf8Check = 1u << 10     // lead bytes of surrogates, U+FFFE/F, > U+10FFFF
+  kUtf8Check = 1u << 10,    // lead bytes of surrogates, U+FFFE/F, > U+10FFFF
+  kNonAscii = 1u << 11,     // bytes from 0x80: names check them one character at a time
+  kNamePart = 1u << 12      // name characters but ':', which splits qualified names
 };
 
 struct ScanClassTable {
@@ -35,7 +37,8 @@ struct ScanClassTable {
     for (int c = 0; c < 256; ++c) {
       std::uint16_t f = 0;
       bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-      if (letter || c == '_' || c == ':' || c >= 0x80) f |= kNameStart | kNameChar;
+      if (letter || c == '_' || c == ':') f |= kNameStart | kNameChar;
+      if (c >= 0x80) f |= kNonAscii;
       if ((c >= '0' && c <= '9') || c == '-' || c == '.') f |= kNameChar;
       if (c == ' ' || c == '\t' || c == '\r' || c == '\n') f |= kSpace;
       if ((c < 0x20 && c != '\t' && c != '\r' && c != '\n'))
@@ -50,6 +53,7 @@ struct ScanClassTable {
       if (c == '\'') f |= kAttrSqStop;
       if (c == '-') f |= kDashStop;
       if (c == '?') f |= kQuestionStop;
+      if ((f & kNameChar) && c != ':') f |= kNamePart;
       v[c] = f;
     }
   }
@@ -61,25 +65,77 @@ inline std::uint16_t scanClass(char c) {
   return kScanClass.v[static_cast<unsigned char>(c)];
 }
 
+// Whether code point c (from U+0080 up) may stand in an XML name, as its
+// first character when `first`.
+inline bool isNameCodePoint(std::uint32_t c, bool first) {
+  if (c >= 0xC0 && c <= 0x2FF) return c != 0xD7 && c != 0xF7;
+  if (c >= 0x370 && c <= 0x1FFF) return c != 0x37E;
+  if (c == 0x200C || c == 0x200D) return true;
+  if ((c >= 0x2070 && c <= 0x218F) || (c >= 0x2C00 && c <= 0x2FEF)) return true;
+  if ((c >= 0x3001 && c <= 0xD7FF) || (c >= 0xF900 && c <= 0xFDCF)) return true;
+  if ((c >= 0xFDF0 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0xEFFFF)) return true;
+  if (first) return false;
+  return c == 0xB7 || (c >= 0x300 && c <= 0x36F) || c == 0x203F || c == 0x2040;
+}
+
+// The UTF-8 character at [p, e), p < e, as a name character: its length in
+// bytes when it is one (a first one when `first`), 0 when it is not or is
+// malformed, -1 when the window ends inside a sequence that is well formed
+// so far.
+inline int utf8NameChar(const char* p, const char* e, bool first) {
+  auto b = [p](std::ptrdiff_t i) { return static_cast<unsigned char>(p[i]); };
+  int n;
+  std::uint32_t c;
+  if (b(0) < 0xC2) return 0;  // ASCII, a continuation byte or an overlong lead
+  if (b(0) < 0xE0) {
+    n = 2;
+    c = b(0) & 0x1Fu;
+  } else if (b(0) < 0xF0) {
+    n = 3;
+    c = b(0) & 0x0Fu;
+  } else if (b(0) < 0xF5) {
+    n = 4;
+    c = b(0) & 0x07u;
+  } else {
+    return 0;
+  }
+  std::ptrdiff_t have = e - p < n ? e - p : n;
+  for (std::ptrdiff_t i = 1; i < have; ++i) {
+    if ((b(i) & 0xC0) != 0x80) return 0;
+    c = (c << 6) | (b(i) & 0x3Fu);
+  }
+  if (have < n) return -1;
+  if ((n == 3 && c < 0x800) || (n == 4 && (c < 0x10000 || c > 0x10FFFF))) return 0;
+  return isNameCodePoint(c, first) ? n : 0;
+}
+
+// The length of the UTF-8 sequence that lead byte b starts (1 for any
+// other byte).
+inline int utf8Length(unsigned char b) {
+  return b < 0xC0 ? 1 : b < 0xE0 ? 2 : b < 0xF0 ? 3 : 4;
+}
+
 // The reader's view of its input: a window [p, e) of buffered bytes of the
 // innermost source. Bytes are taken by moving p; the source learns of them
 // (count and line feeds) only at commit(), which happens before every refill,
 // before any direct call on the source and before an error is reported, so
 // the source's line number is exact whenever anyone can see it.
 struct Cursor {
-  InputSource* in = nullptr;
+  InputSource* in = nullptr;   // the source the window belongs to
   const char* mark = nullptr;  // first byte not yet committed
   const char* p = nullptr;
   const char* e = nullptr;
   int lineFeeds = 0;  // line feeds among [mark, p)
-  // With a stack: whether the window belongs to an entity pushed on it, and
-  // the bytes taken from the outermost source.
+  // With a stack: the runs come straight from its top source (the stack is
+  // only asked to pop an exhausted one); whether the window belongs to an
+  // entity pushed on it, and the bytes taken from the outermost source.
   StackedInputSource* stack = nullptr;
+  InputSource* base = nullptr;
   bool inEntity = false;
   std::size_t outerBytes = 0;
 
   void attach(InputSource* source, StackedInputSource* stacked = nullptr) {
-    in = source;
+    in = base = stacked ? stacked->top() : source;
     stack = stacked;
     mark = p = e = nullptr;
     lineFeeds = 0;
@@ -107,13 +163,22 @@ struct Cursor {
     commit();
     const char* b = nullptr;
     const char* end = nullptr;
-    if (!in->peekRun(&b, &end) || b == end) {
+    if (stack) {
+      in = stack->top();
+      while (!in->peekRun(&b, &end) || b == end) {
+        if (!stack->pop()) {
+          mark = p = e = nullptr;
+          return false;
+        }
+        in = stack->top();
+      }
+      inEntity = in != base;
+    } else if (!in->peekRun(&b, &end) || b == end) {
       mark = p = e = nullptr;
       return false;
     }
     mark = p = b;
     e = end;
-    inEntity = stack && stack->depth() > 1;
     return true;
   }
   // The next byte (0..255) without taking it, or -1 at the end.

@@ -107,12 +107,4 @@ bool StackedInputSource::pop() {
   return true;
 }
 
-InputSource* StackedInputSource::top() const {
-  return sources_.back();
-}
-
-std::size_t StackedInputSource::depth() const {
-  return sources_.size();
-}
-
 }  // namespace qor::quv::xml::sax

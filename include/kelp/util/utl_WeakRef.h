@@ -6,7 +6,7 @@
  * pointer to null, so every copy then answers isNull() and getRef() null;
  * the shared data lives on until the last handle is gone.
  *
- * Thread rules: the count changes with the runtime's atomic operations, so
+ * Thread rules: the count changes with atomic operations, so
  * handles may be copied and dropped on different threads at once. Setting
  * the pointer to null is a plain store: the owner must be destroyed while no
  * other thread looks at the object through a copy. One handle object is not
@@ -39,10 +39,14 @@ class KELP_API WeakRefData {
   WeakRefData& operator=(const WeakRefData&) = delete;
 
   /* Atomic increment; returns the new count. */
-  std::int32_t addRef();
+  std::int32_t addRef() { return __atomic_add_fetch(&count_, 1, __ATOMIC_RELAXED); }
   /* Atomic decrement; deletes the data at zero and ends the process with
    * abort() when the count falls below zero. Returns the new count. */
-  std::int32_t release();
+  std::int32_t release() {
+    const std::int32_t n = __atomic_sub_fetch(&count_, 1, __ATOMIC_ACQ_REL);
+    if (n <= 0) released(n);
+    return n;
+  }
 
   void* getRef() const { return object_; }
   void setRef(void* object) { object_ = object; }
@@ -51,6 +55,8 @@ class KELP_API WeakRefData {
 
  private:
   ~WeakRefData() = default;
+  /* Deletes the data at zero, aborts below. */
+  void released(std::int32_t count);
   volatile std::int32_t count_ = 1;
   void* object_;
 };
@@ -62,11 +68,17 @@ class KELP_API WeakRefBase {
   /* The owner handle of `object`. */
   explicit WeakRefBase(void* object);
   /* Shares the other's data; never owner. */
-  WeakRefBase(const WeakRefBase& other);
+  WeakRefBase(const WeakRefBase& other) : data_(other.data_), owner_(false) {
+    if (data_) data_->addRef();
+  }
   /* Shares the other's data; this handle's owner flag is kept. */
   WeakRefBase& operator=(const WeakRefBase& other);
   /* The owner first clears the shared pointer; then the data is released. */
-  ~WeakRefBase();
+  ~WeakRefBase() {
+    if (!data_) return;
+    if (owner_) data_->setRef(nullptr);
+    data_->release();
+  }
 
   bool isNull() const { return getRef() == nullptr; }
   void* getRef() const { return data_ ? data_->getRef() : nullptr; }

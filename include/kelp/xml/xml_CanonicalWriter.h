@@ -2,9 +2,11 @@
  * canonical XML form, the form in which XML test suites give the expected
  * output of a parser.
  *
- *   - the document element and the processing instructions around and in it,
- *     in document order; no XML declaration, no comments, no document type
- *     (but see the second form below);
+ *   - the document element and every processing instruction, those of the
+ *     document type declaration included, in document order; no XML
+ *     declaration, no comments, no document type (but see the second form
+ *     below, which puts its declaration behind the processing instructions
+ *     of the internal subset);
  *   - start tags as "<" name, then the attributes sorted by name (byte-wise,
  *     which for UTF-8 is code point order) as ' name="value"', then ">";
  *     empty elements as a start and an end tag;

@@ -16,6 +16,10 @@
  *   document!"), and a reader stops when startDocument refuses: drive the
  *   handler without startDocument (DomReader does).
  *
+ * Elements and attributes are named by their local names, or by their
+ * qualified names where the reader gives no local name (namespace
+ * processing off).
+ *
  * Each callback answers false to stop the parse and keeps the reason for
  * getErrorMessage. Adjacent character events make separate Text nodes
  * (normalize merges them). The error callbacks only log, at debug level,

@@ -5,8 +5,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <functional>
 #include <sstream>
+#include <vector>
 
 #include <kelp/xml/xml_Writer.h>
 #include <zob/zob_mem.h>
@@ -502,6 +504,121 @@ TEST_F(NodeTest, WriteWithTheXmlWriter) {
   std::string text = out.str();
   EXPECT_EQ(text.substr(text.find("?>") + 2),
             "\n<root q='it&apos;s'><a><b/></a>1 &lt; 2 &amp; 3</root>");
+}
+
+// ---- node storage --------------------------------------------------------------
+
+// Nodes share storage blocks with the other nodes their document made: each
+// must stay whole while any of them lives, whatever goes first.
+TEST(DomNodeStorage, NodesKeepTheirContentWhateverIsFreedFirst) {
+  constexpr int kCount = 5000;  // several blocks
+  std::vector<zob::Ref<Node>> kept;
+  zob::Ref<Document> other = Document::create();
+  {
+    zob::Ref<Document> doc = Document::create();
+    zob::Ref<Element> root = doc->createElement("root");
+    doc->appendChild(root.get());
+    for (int i = 0; i < kCount; ++i) {
+      const std::string n = std::to_string(i);
+      zob::Ref<Element> e = doc->createElement("e" + n);
+      // More attributes than the first room made for them.
+      ASSERT_TRUE(e->reserveAttributes(1));
+      for (const char* name : {"z", "b", "m", "a"})
+        ASSERT_EQ(e->setAttribute(std::string(name), name + n), zob::kOk);
+      e->appendChild(doc->createTextNode("text of " + n + std::string(40, 'x')).get());
+      root->appendChild(e.get());
+      if (i % 3 == 0) kept.push_back(zob::Ref<Node>(e.get()));
+      if (i % 7 == 0) kept.push_back(zob::Ref<Node>(doc->createCDATASection("cdata " + n).get()));
+    }
+    // Half of the kept elements leave the tree before the document goes.
+    for (std::size_t k = 0; k < kept.size(); k += 2)
+      if (Node* parent = kept[k]->getParentNode()) parent->removeChild(kept[k].get());
+    root.reset();
+    doc.reset();
+  }
+  // The rest of the tree is gone; the kept nodes are intact.
+  zob::Ref<Element> holder = other->createElement("holder");
+  for (std::size_t k = 0; k < kept.size(); ++k) {
+    SCOPED_TRACE(k);
+    Node* n = kept[k].get();
+    EXPECT_EQ(n->getParentNode(), nullptr);
+    if (n->getNodeType() == qx::kElementNode) {
+      auto* e = static_cast<Element*>(n);
+      const std::string i = e->getTagName().substr(1);
+      ASSERT_EQ(e->getAttributeCount(), 4);
+      EXPECT_EQ(e->getAttributeAt(0)->getName(), "a");
+      EXPECT_EQ(e->getAttributeAt(3)->getValue(), "z" + i);
+      ASSERT_NE(e->getFirstChild(), nullptr);
+      EXPECT_EQ(static_cast<CharacterData*>(e->getFirstChild())->getData(),
+                "text of " + i + std::string(40, 'x'));
+      // Moved into another document, where new attributes join them.
+      ASSERT_EQ(holder->insertBeforeChecked(e, nullptr), zob::kOk);
+      EXPECT_EQ(e->setAttribute(std::string("q"), std::string("new")), zob::kOk);
+      EXPECT_EQ(e->getAttributeCount(), 5);
+    } else {
+      EXPECT_EQ(static_cast<CharacterData*>(n)->getData().compare(0, 6, "cdata "), 0);
+    }
+  }
+  EXPECT_EQ(other->getRefCount(), 1);
+  // The second document goes before the nodes placed in the first.
+  other.reset();
+  zob::Ref<Node> copy = holder->cloneNode(true);
+  holder.reset();
+  kept.clear();
+  ASSERT_TRUE(copy);
+  int children = 0;
+  for (Node* c = copy->getFirstChild(); c; c = c->getNextSibling()) ++children;
+  EXPECT_EQ(children, (kCount + 2) / 3);
+}
+
+#if defined(__SANITIZE_ADDRESS__)
+#define KELP_TEST_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KELP_TEST_ASAN 1
+#endif
+#endif
+
+#ifdef KELP_TEST_ASAN
+// Under AddressSanitizer a freed node is caught even while the other nodes
+// of its block live.
+TEST(DomNodeStorageDeathTest, AFreedNodeIsPoisoned) {
+  zob::Ref<Document> doc = Document::create();
+  zob::Ref<Element> before = doc->createElement("before");
+  Element* freed = doc->createElement("freed").get();  // gone at once
+  zob::Ref<Element> after = doc->createElement("after");
+  EXPECT_EQ(after->getTagName(), "after");
+  EXPECT_DEATH((void)*static_cast<volatile int*>(static_cast<void*>(freed)), "use-after-poison");
+}
+#endif
+
+// An element with many attributes: their list outgrows what a storage block
+// holds.
+TEST(DomNodeStorage, ManyAttributes) {
+  zob::Ref<Document> doc = Document::create();
+  zob::Ref<Element> e = doc->createElement("e");
+  constexpr int kCount = 3000;
+  for (int i = kCount - 1; i >= 0; --i) {
+    char name[16];
+    std::snprintf(name, sizeof name, "a%05d", i);
+    ASSERT_EQ(e->setAttribute(std::string(name), std::to_string(i)), zob::kOk);
+  }
+  ASSERT_EQ(e->getAttributeCount(), kCount);
+  for (int i = 0; i < kCount; i += 499)
+    EXPECT_EQ(e->getAttributeAt(i)->getValue(), std::to_string(i));
+  for (int i = 0; i < kCount; i += 2) {
+    char name[16];
+    std::snprintf(name, sizeof name, "a%05d", i);
+    e->removeAttribute(std::string(name));
+  }
+  ASSERT_EQ(e->getAttributeCount(), kCount / 2);
+  EXPECT_EQ(e->getAttributeAt(0)->getValue(), "1");
+  zob::Ref<Node> copy = e->cloneNode(false);
+  doc.reset();
+  e.reset();
+  ASSERT_EQ(static_cast<Element*>(copy.get())->getAttributeCount(), kCount / 2);
+  EXPECT_EQ(static_cast<Element*>(copy.get())->getAttributeAt(kCount / 2 - 1)->getValue(),
+            std::to_string(kCount - 1));
 }
 
 // ---- trees too wide and too deep for recursion -------------------------------

@@ -95,9 +95,11 @@ class KELP_API Document : public Node, public IDomDocument_Adapter {
   void releaseOwned() override;
 
  private:
+  friend class Node;
   util::WeakRefBase anchor_;           // owner handle its nodes copy
   DomImplementation* implementation_;  // counted
   util::EUUID id_;
+  NodeArena arena_;  // storage of the nodes it makes
 };
 
 }  // namespace qor::quv::xml::dom

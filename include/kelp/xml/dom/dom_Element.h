@@ -66,9 +66,10 @@ class KELP_API Element : public Node, public IDomElement_Adapter {
   bool hasAttribute(const std::string& name) const;
   /* The number of attributes and the i-th in name order (null when out of
    * range). */
-  int getAttributeCount() const { return static_cast<int>(attributes_.size()); }
-  /* Makes room for `count` attributes in one allocation. */
-  void reserveAttributes(int count);
+  int getAttributeCount() const { return static_cast<int>(attrCount_); }
+  /* Makes room for `count` attributes in one allocation (false when out of
+   * memory). */
+  bool reserveAttributes(int count);
   Attr* getAttributeAt(int index) const;
 
   using Node::getAttributes;
@@ -78,7 +79,7 @@ class KELP_API Element : public Node, public IDomElement_Adapter {
   std::string getNodeName() const override { return tagName_; }
   int getNodeType() const override { return kElementNode; }
   AttrNodeMap* getAttributes() override;
-  bool hasAttributes() const override { return !attributes_.empty(); }
+  bool hasAttributes() const override { return attrCount_ != 0; }
   bool mayInsertNode(Node* child) const override;
 
  protected:
@@ -97,14 +98,21 @@ class KELP_API Element : public Node, public IDomElement_Adapter {
   /* The position of `name` in the ordered list, or where it would go. */
   std::size_t lowerBound(const char* name) const;
   Attr* find(const char* name) const;
-  /* Takes `attribute` (one reference added) into the map at its place. */
-  void insertAttr(Attr* attribute);
+  /* Takes `attribute` (one reference added) into the map at its place;
+   * false when out of memory. */
+  bool insertAttr(Attr* attribute);
+  /* Room for at least `count` attributes. */
+  bool growAttrs(std::size_t count);
   /* Takes the attribute at `pos` out; its reference passes to the caller. */
   Attr* takeAt(std::size_t pos);
 
   std::string tagName_;
-  std::vector<Attr*> attributes_;  // counted, ordered by name
-  AttrNodeMap* attrMap_;           // counted, made on first request
+  // The attributes, counted, ordered by name: an array placed in the
+  // document's arena like the nodes.
+  Attr** attrs_ = nullptr;
+  std::uint32_t attrCount_ = 0;
+  std::uint32_t attrCapacity_ = 0;
+  AttrNodeMap* attrMap_;  // counted, made on first request
 };
 
 }  // namespace qor::quv::xml::dom

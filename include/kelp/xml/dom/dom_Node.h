@@ -31,7 +31,9 @@
 #ifndef KELP_XML_DOM_DOM_NODE_H
 #define KELP_XML_DOM_DOM_NODE_H
 
+#include <cstddef>
 #include <cstdint>
+#include <new>
 #include <string>
 
 #include <kelp/kelp_api.h>
@@ -45,6 +47,40 @@ namespace qor::quv::xml::dom {
 class AttrNodeMap;
 class ChildNodeList;
 class Document;
+
+/* Storage for the nodes a document makes: blocks, growing from 2 KB to
+ * 64 KB as the document grows, in which nodes are placed one after the
+ * other. A block is freed with the
+ * last node placed in it (nodes may outlive their document and move to
+ * other documents: the block goes with the node, not with the document).
+ * The space of a node freed early is not reused, so one live node keeps its
+ * block; the document starts a new block when the current one is full.
+ * Used by one thread at a time, like the document that holds it. */
+class NodeArena {
+ public:
+  struct Block;
+
+  NodeArena() = default;
+  /* Lets go of the current block. */
+  ~NodeArena();
+  NodeArena(const NodeArena&) = delete;
+  NodeArena& operator=(const NodeArena&) = delete;
+
+  /* Room for an object of `size` bytes, or null when out of memory. */
+  void* allocate(std::size_t size) noexcept;
+  /* The same room outside any block. */
+  static void* allocateAlone(std::size_t size) noexcept;
+  /* Frees room from either (null does nothing). */
+  static void release(void* p) noexcept;
+
+ private:
+  void close() noexcept;
+
+  Block* block_ = nullptr;
+  char* next_ = nullptr;
+  char* end_ = nullptr;
+  std::int32_t placed_ = 0;
+};
 
 /* Declares the IUnknown operations of a node class that adds interfaces
  * of its own, so that the class has one final overrider of each. */
@@ -84,6 +120,16 @@ class KELP_API Node : public IDomNode_Adapter,
   }
   std::uint32_t _comAddRef() override { return nodeAddRef(); }
   std::uint32_t _comRelease() override { return nodeRelease(); }
+  /* Node storage: a node is placed in its document's arena (`new (arena)
+   * Element(...)`, a null arena allocates alone) or allocated alone
+   * (`new (std::nothrow)`); the matching delete is found from the node's
+   * address. */
+  static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+  static void* operator new(std::size_t size, NodeArena* arena) noexcept;
+  static void operator delete(void* p) noexcept;
+  static void operator delete(void* p, const std::nothrow_t&) noexcept;
+  static void operator delete(void* p, NodeArena*) noexcept;
+
   /* The current reference count (for diagnostics and tests). */
   std::int32_t getRefCount() const;
 
@@ -205,6 +251,9 @@ class KELP_API Node : public IDomNode_Adapter,
   bool isChild(const Node* node) const;
 
   const util::WeakRefBase& documentRef() const { return doc_; }
+  /* The arena of the document `document` refers to; null once it is
+   * gone. */
+  static NodeArena* arenaOf(const util::WeakRefBase& document);
 
   friend class Attr;
   friend class Document;

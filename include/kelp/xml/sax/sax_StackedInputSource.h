@@ -57,9 +57,9 @@ class KELP_API StackedInputSource : public InputSource {
    * when it refuses. */
   bool pop();
   /* The current top source. */
-  InputSource* top() const;
+  InputSource* top() const { return sources_.back(); }
   /* The number of sources, the base included. */
-  std::size_t depth() const;
+  std::size_t depth() const { return sources_.size(); }
 
  private:
   // sources_[0] is the base; the back is the top.
