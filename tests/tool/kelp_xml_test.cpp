@@ -279,6 +279,20 @@ TEST(KelpXml, FormatIndentsElementContentAndKeepsText) {
             "<?xml version='1.0' encoding='UTF-8'?>\n<a>  x &lt; &lt;y&gt;\n <b> </b></a>\n");
 }
 
+TEST(KelpXml, FormatKeepsNamesAsWritten) {
+  // Prefixes, namespace declarations and names the namespace rules would
+  // leave without a local name.
+  ToolResult r =
+      runKelp({"xml", "format", "-"}, "<p:a xmlns:p='u' xmlns='d'><p:b x:y='1'/><c :='2'/></p:a>");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out,
+            "<?xml version='1.0' encoding='UTF-8'?>\n"
+            "<p:a xmlns='d' xmlns:p='u'>\n"
+            "  <p:b x:y='1'/>\n"
+            "  <c :='2'/>\n"
+            "</p:a>\n");
+}
+
 TEST(KelpXml, FormatIsStableAndReadsBack) {
   TempDir dir;
   std::string once = dir.file("once.xml");
