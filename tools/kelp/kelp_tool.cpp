@@ -1,6 +1,7 @@
 // The kelp tool's shared plumbing: family table, options, inputs, reports.
 #include "kelp_tool.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -136,6 +137,70 @@ bool readInput(const std::string& path, std::string& data, std::string& message)
 
 std::string displayName(const std::string& path) {
   return path == "-" ? "<stdin>" : path;
+}
+
+StreamInput::StreamInput() : buffer_(this), stream_(&buffer_) {}
+
+StreamInput::~StreamInput() {
+  finish();
+  if (ownsFile_) std::fclose(file_);
+}
+
+bool StreamInput::open(const std::string& path, std::string& message) {
+  if (path == "-") {
+    file_ = stdin;
+  } else {
+    file_ = std::fopen(path.c_str(), "rb");
+    if (!file_) {
+      message = std::string("cannot open: ") + std::strerror(errno);
+      return false;
+    }
+    ownsFile_ = true;
+  }
+  struct stat st;
+  if (::fstat(fileno(file_), &st) == 0) {
+    // A folder opens but does not read; say so before anyone tries.
+    if (S_ISDIR(st.st_mode)) {
+      message = std::string("cannot read: ") + std::strerror(EISDIR);
+      return false;
+    }
+    if (S_ISREG(st.st_mode)) size_ = static_cast<std::size_t>(st.st_size);
+  }
+  progress_ = std::make_unique<Progress>(displayName(path), size_);
+  return true;
+}
+
+void StreamInput::finish() {
+  if (progress_) progress_->finish();
+}
+
+StreamInput::Buffer::int_type StreamInput::Buffer::underflow() {
+  StreamInput& in = *owner_;
+  if (!in.file_ || !in.error_.empty()) return traits_type::eof();
+  // The bar shows what the consumer has taken: everything handed out
+  // before this refill.
+  if (in.progress_) in.progress_->update(in.read_);
+  std::size_t n = std::fread(block_, 1, sizeof block_, in.file_);
+  if (n == 0) {
+    if (std::ferror(in.file_)) in.error_ = std::string("cannot read: ") + std::strerror(errno);
+    return traits_type::eof();
+  }
+  in.read_ += n;
+  setg(block_, block_, block_ + n);
+  return traits_type::to_int_type(block_[0]);
+}
+
+FileOStream::Buffer::int_type FileOStream::Buffer::overflow(int_type c) {
+  if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
+  return std::fputc(c, file_) == EOF ? traits_type::eof() : c;
+}
+
+std::streamsize FileOStream::Buffer::xsputn(const char* s, std::streamsize n) {
+  return static_cast<std::streamsize>(std::fwrite(s, 1, static_cast<std::size_t>(n), file_));
+}
+
+int FileOStream::Buffer::sync() {
+  return std::fflush(file_) == 0 ? 0 : -1;
 }
 
 Progress::Progress(const std::string& label, std::size_t total)

@@ -18,7 +18,11 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <istream>
 #include <map>
+#include <memory>
+#include <ostream>
+#include <streambuf>
 #include <string>
 #include <vector>
 
@@ -93,6 +97,79 @@ bool readInput(const std::string& path, std::string& data, std::string& message)
 
 /* The name used for an input in messages: the path, or "<stdin>" for "-". */
 std::string displayName(const std::string& path);
+
+class Progress;
+
+/* An input read as a stream rather than all at once: a file, or standard
+ * input for "-". stream() counts the bytes as the consumer takes them and
+ * drives a Progress bar labelled with the input's display name when the
+ * size is known (a regular file, also on standard input) and at least
+ * 4 MiB. A read error ends the stream early; error() then says why
+ * ("cannot read: Input/output error"), so that a consumer's complaint
+ * about a truncated input can be replaced by the real cause. */
+class StreamInput {
+ public:
+  StreamInput();
+  ~StreamInput();
+  StreamInput(const StreamInput&) = delete;
+  StreamInput& operator=(const StreamInput&) = delete;
+
+  /* False with message set ("cannot open: ...", "cannot read: Is a
+   * directory") when the input cannot be read. */
+  bool open(const std::string& path, std::string& message);
+  std::istream& stream() { return stream_; }
+  /* Bytes read from the input so far; its size (0 when unknown). */
+  std::size_t bytesRead() const { return read_; }
+  std::size_t size() const { return size_; }
+  /* The read error, or "" when none happened. */
+  const std::string& error() const { return error_; }
+  /* Clears the progress bar (also done by the destructor). */
+  void finish();
+
+ private:
+  class Buffer : public std::streambuf {
+   public:
+    explicit Buffer(StreamInput* owner) : owner_(owner) {}
+
+   protected:
+    int_type underflow() override;
+
+   private:
+    StreamInput* owner_;
+    char block_[65536];
+  };
+
+  Buffer buffer_;
+  std::istream stream_;
+  std::FILE* file_ = nullptr;
+  bool ownsFile_ = false;
+  std::size_t size_ = 0;
+  std::size_t read_ = 0;
+  std::string error_;
+  std::unique_ptr<Progress> progress_;
+};
+
+/* A std::ostream over a stdio stream (inv.out), for library writers that
+ * take a std::ostream. */
+class FileOStream : public std::ostream {
+ public:
+  explicit FileOStream(std::FILE* file) : std::ostream(&buffer_), buffer_(file) {}
+
+ private:
+  class Buffer : public std::streambuf {
+   public:
+    explicit Buffer(std::FILE* file) : file_(file) {}
+
+   protected:
+    int_type overflow(int_type c) override;
+    std::streamsize xsputn(const char* s, std::streamsize n) override;
+    int sync() override;
+
+   private:
+    std::FILE* file_;
+  };
+  Buffer buffer_;
+};
 
 /* A progress bar on standard error for inputs of at least 4 MiB, drawn only
  * when standard error is a terminal; finish() clears it. */

@@ -1,0 +1,263 @@
+// The well-formed documents of the W3C XML conformance suite through the
+// kelp tool, run as a process: every valid or invalid test case of the XML
+// 1.0 selection (xmlconf_cases.h).
+//
+//   format  the output of `kelp xml format` read again gives the tree that
+//           DomReader reads from the document, once both are brought to the
+//           form the formatter promises: CDATA sections as text, adjacent
+//           text merged, and white space between the children of
+//           element-only content taken out (the formatter lays that out
+//           anew).
+//   canon   `kelp xml canon` writes byte for byte what the reader and
+//           CanonicalWriter give in process, with the test case's namespace
+//           setting; where that equals the suite's own output, the tool
+//           matches the suite. Documents the reader rejects must be rejected
+//           by the tool with the same "file:line: message".
+//
+// Environment: KELP_XMLCONF_DIR overrides where the suite is looked for.
+#include <gtest/gtest.h>
+#include <kelp/host.h>
+#include <kelp/xml/dom/dom_CharacterData.h>
+#include <kelp/xml/dom/dom_Document.h>
+#include <kelp/xml/dom/dom_Element.h>
+#include <kelp/xml/dom/dom_Text.h>
+#include <kelp/xml/sax/sax_ParseException.h>
+#include <kelp/xml/sax/sax_SimpleXMLReader.h>
+#include <kelp/xml/xml_CanonicalWriter.h>
+#include <kelp/xml/xml_DomReader.h>
+
+#include <clocale>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "dom_equal.h"
+#include "tool_runner.h"
+#include "xmlconf_cases.h"
+
+namespace {
+
+namespace dom = qor::quv::xml::dom;
+namespace qx = qor::quv::xml;
+namespace sax = qor::quv::xml::sax;
+namespace fs = std::filesystem;
+
+// The reader delivers UTF-8 to a writer that converts from the locale's
+// code set, as in the tool.
+class Utf8Locale {
+ public:
+  Utf8Locale() : saved_(std::setlocale(LC_ALL, nullptr)) { ok = std::setlocale(LC_ALL, "C.UTF-8"); }
+  ~Utf8Locale() { std::setlocale(LC_ALL, saved_.c_str()); }
+  bool ok = false;
+
+ private:
+  std::string saved_;
+};
+
+bool isWhiteSpace(const std::string& s) {
+  return s.find_first_not_of(" \t\r\n") == std::string::npos;
+}
+
+// The elements of the tree below (and including) root, in document order.
+std::vector<dom::Element*> elements(dom::Element* root) {
+  std::vector<dom::Element*> all, stack{root};
+  while (!stack.empty()) {
+    dom::Element* e = stack.back();
+    stack.pop_back();
+    all.push_back(e);
+    std::vector<dom::Element*> children;
+    for (dom::Node* c = e->getFirstChild(); c; c = c->getNextSibling())
+      if (c->getNodeType() == qx::kElementNode) children.push_back(static_cast<dom::Element*>(c));
+    stack.insert(stack.end(), children.rbegin(), children.rend());
+  }
+  return all;
+}
+
+// Brings a document to the form that `kelp xml format` keeps.
+void toFormattedForm(dom::Document* doc) {
+  dom::Element* root = doc->getDocumentElement();
+  if (!root) return;
+  for (dom::Element* e : elements(root)) {
+    for (dom::Node* c = e->getFirstChild(); c;) {
+      dom::Node* next = c->getNextSibling();
+      if (c->getNodeType() == qx::kCDATASectionNode) {
+        zob::Ref<dom::Text> text =
+            doc->createTextNode(static_cast<dom::CharacterData*>(c)->getData());
+        e->insertBefore(text.get(), c);
+        e->removeChild(c);
+      }
+      c = next;
+    }
+  }
+  doc->normalize();
+  for (dom::Element* e : elements(root)) {
+    bool hasElement = false, hasText = false;
+    for (dom::Node* c = e->getFirstChild(); c; c = c->getNextSibling()) {
+      if (c->getNodeType() == qx::kElementNode)
+        hasElement = true;
+      else if (!isWhiteSpace(static_cast<dom::CharacterData*>(c)->getData()))
+        hasText = true;
+    }
+    if (!hasElement || hasText) continue;
+    for (dom::Node* c = e->getFirstChild(); c;) {
+      dom::Node* next = c->getNextSibling();
+      if (c->getNodeType() != qx::kElementNode) e->removeChild(c);
+      c = next;
+    }
+  }
+}
+
+// The reader's first fatal error as the tool reports it.
+class FirstError : public sax::DefaultHandler {
+ public:
+  bool fatalError(const sax::SAXParseException& e) override {
+    if (report.empty())
+      report = (e.getSystemId().empty() ? file : e.getSystemId()) +
+               (e.getLineNumber() > 0 ? ":" + std::to_string(e.getLineNumber()) : "") + ": " +
+               e.getMessage() + "\n";
+    return false;
+  }
+  std::string file;
+  std::string report;
+};
+
+std::string where(const kelp::xmlconf::TestCase& t, const fs::path& root) {
+  return t.id + " [" + t.type + "] " + fs::path(t.file).lexically_relative(root).string();
+}
+
+// The valid and invalid test cases of the selection; skips the test when
+// the suite is absent.
+bool selection(std::vector<kelp::xmlconf::TestCase>* cases, fs::path* root) {
+  *root = kelp::xmlconf::envOr("KELP_XMLCONF_DIR", KELP_XMLCONF_DIR);
+  if (!fs::exists(*root / "xmlconf.xml")) return false;
+  std::vector<kelp::xmlconf::TestCase> all;
+  std::string error;
+  EXPECT_TRUE(kelp::xmlconf::readCatalogues(*root, &all, &error)) << error;
+  int selected = 0;
+  for (const auto& t : all) {
+    if (!kelp::xmlconf::exclusion(t).empty()) continue;
+    ++selected;
+    if (t.type == "valid" || t.type == "invalid") cases->push_back(t);
+  }
+  EXPECT_EQ(selected, kelp::xmlconf::kSelectedCount) << "test cases selected";
+  return true;
+}
+
+}  // namespace
+
+TEST(XmlConformance, ToolFormat) {
+  std::vector<kelp::xmlconf::TestCase> cases;
+  fs::path root;
+  if (!selection(&cases, &root))
+    GTEST_SKIP() << "the W3C XML conformance suite is not at " << root.string()
+                 << "; run scripts/fetch-test-data.sh";
+  Utf8Locale locale;
+  ASSERT_TRUE(locale.ok) << "no C.UTF-8 locale";
+  zob::Ref<kelp::host::Application> app = kelp::host::Application::create();
+  zob::Ref<kelp::host::RecordingLogger> log = kelp::host::RecordingLogger::create();
+  app->installLogger(log.get());
+
+  int formatted = 0, rejected = 0;
+  for (const kelp::xmlconf::TestCase& t : cases) {
+    SCOPED_TRACE(where(t, root));
+    // The tool keeps qualified names: it reads without namespace processing.
+    qx::DomReader reader(app.get());
+    reader.setFeature(sax::SimpleXMLReader::UseUTF8, true);
+    reader.setFeature(sax::SimpleXMLReader::Namespaces, false);
+    reader.setFeature(sax::SimpleXMLReader::NamespacePrefixes, true);
+    zob::Ref<dom::Document> original = reader.readFile(t.file);
+    kelp::test::ToolResult r = kelp::test::runKelp({"xml", "format", t.file});
+    if (!original) {
+      ++rejected;
+      EXPECT_EQ(r.status, 1);
+      std::string file = reader.getErrorSystemId().empty() ? t.file : reader.getErrorSystemId();
+      std::string line =
+          reader.getErrorLine() > 0 ? ":" + std::to_string(reader.getErrorLine()) : "";
+      EXPECT_EQ(r.err, file + line + ": " + reader.getErrorMessage() + "\n");
+      continue;
+    }
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, "");
+    zob::Ref<dom::Document> again = reader.readString(r.out, t.file);
+    if (!again) {
+      ADD_FAILURE() << "output not read back: " << reader.getErrorMessage() << " (line "
+                    << reader.getErrorLine() << ")\n"
+                    << r.out;
+      continue;
+    }
+    toFormattedForm(original.get());
+    toFormattedForm(again.get());
+    std::string why;
+    EXPECT_TRUE(kelp::test::domEqual(original.get(), again.get(), true, &why)) << why << "\n"
+                                                                               << r.out;
+    ++formatted;
+  }
+  std::printf("kelp xml format over the suite: %d documents read back equal, %d rejected\n",
+              formatted, rejected);
+  EXPECT_GT(formatted, 0);
+}
+
+TEST(XmlConformance, ToolCanon) {
+  std::vector<kelp::xmlconf::TestCase> cases;
+  fs::path root;
+  if (!selection(&cases, &root))
+    GTEST_SKIP() << "the W3C XML conformance suite is not at " << root.string()
+                 << "; run scripts/fetch-test-data.sh";
+  Utf8Locale locale;
+  ASSERT_TRUE(locale.ok) << "no C.UTF-8 locale";
+
+  int same = 0, rejected = 0, withOutput = 0, matchingSuite = 0;
+  for (const kelp::xmlconf::TestCase& t : cases) {
+    SCOPED_TRACE(where(t, root));
+    std::string expected;
+    bool haveExpected = false;
+    if (!t.output.empty()) {
+      expected = kelp::xmlconf::readFile(t.output, &haveExpected);
+      EXPECT_TRUE(haveExpected) << "cannot read " << t.output;
+    }
+    const bool notations = haveExpected && expected.find("<!DOCTYPE") != std::string::npos;
+
+    std::string canonical;
+    qx::CanonicalWriter writer(&canonical);
+    writer.setSecondForm(notations);
+    FirstError errors;
+    errors.file = t.file;
+    sax::SimpleXMLReader reader(nullptr);
+    reader.setFeature(sax::SimpleXMLReader::UseUTF8, true);
+    reader.setFeature(sax::SimpleXMLReader::Namespaces, t.namespaces);
+    reader.setContentHandler(&writer);
+    reader.setDTDHandler(&writer);
+    reader.setLexicalHandler(&writer);
+    reader.setErrorHandler(&errors);
+    const bool parsed = reader.parse(t.file);
+
+    std::vector<std::string> args = {"xml", "canon"};
+    if (notations) args.push_back("--notations");
+    if (!t.namespaces) args.push_back("--no-namespaces");
+    args.push_back(t.file);
+    kelp::test::ToolResult r = kelp::test::runKelp(args);
+    if (!parsed) {
+      ++rejected;
+      EXPECT_EQ(r.status, 1);
+      EXPECT_EQ(r.err, errors.report);
+      continue;
+    }
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, "");
+    EXPECT_EQ(r.out, canonical);
+    if (r.out == canonical) ++same;
+    if (haveExpected) {
+      ++withOutput;
+      if (canonical == expected) {
+        EXPECT_EQ(r.out, expected);
+        ++matchingSuite;
+      }
+    }
+  }
+  std::printf(
+      "kelp xml canon over the suite: %d documents as in process, %d rejected; "
+      "%d of %d suite outputs matched\n",
+      same, rejected, matchingSuite, withOutput);
+  EXPECT_GT(matchingSuite, 0);
+}

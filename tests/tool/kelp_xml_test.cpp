@@ -1,0 +1,474 @@
+// kelp xml: check, events, format and canon, run as a process.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "tool_runner.h"
+
+using kelp::test::runKelp;
+using kelp::test::TempDir;
+using kelp::test::ToolResult;
+using kelp::test::writeFile;
+
+namespace {
+
+const char kUsage[] = "see 'kelp xml --help'\n";
+
+// A document with a bit of everything the reader reports.
+const char kRich[] =
+    "<?xml version=\"1.0\"?>\n"
+    "<!DOCTYPE r [\n"
+    "<!ELEMENT r ANY>\n"
+    "<!ATTLIST r x CDATA \"d\">\n"
+    "<!ENTITY e \"ee\">\n"
+    "<!NOTATION n SYSTEM \"s\">\n"
+    "]>\n"
+    "<r xmlns=\"urn:a\" xmlns:p=\"urn:p\" p:x=\"1\" y=\"a&quot;b\">"
+    "<!-- c --><?pi some data?><p:b>t&e;\tx</p:b><![CDATA[<cd>]]>&eacute;\n</r>\n";
+
+// Nested elements: element-only content (laid out anew) and text.
+const char kNested[] =
+    "<catalogue  id=\"c1\">\n"
+    "      <article n='A&amp;1'>  <name>Chair</name><price cur=\"EUR\">12.50</price>"
+    "<empty/></article>\n"
+    "  <note>a <b>bold</b> word</note>\n"
+    "</catalogue>";
+
+}  // namespace
+
+TEST(KelpXml, CheckIsSilentOnGoodFilesAndReportsEachBadOne) {
+  TempDir dir;
+  std::string good = dir.file("good.xml"), bad = dir.file("bad.xml"), eof = dir.file("eof.xml");
+  writeFile(good, kNested);
+  writeFile(bad, "<a>\n<b>\n</c>\n</a>\n");
+  writeFile(eof, "<a>\n<b/>\n");
+
+  ToolResult r = runKelp({"xml", "check", good});
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.err, "");
+
+  // Every file is read; each failure is reported; the status says any failed.
+  r = runKelp({"xml", "check", bad, good, eof, dir.file("missing.xml"), dir.path()});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.err, bad + ":3: element start/end tag name mismatch: b vs. c\n" + eof +
+                       ":3: unexpected end of input\n" + dir.file("missing.xml") +
+                       ": cannot open: No such file or directory\n" + dir.path() +
+                       ": cannot read: Is a directory\n");
+}
+
+TEST(KelpXml, CheckReadsStandardInputAndFeatures) {
+  ToolResult r = runKelp({"xml", "check", "-"}, "<a>\n\n<b a='1' a2=\"<\"/></a>");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, "<stdin>:3: syntax error ('<' not allowed in attribute value)\n");
+
+  r = runKelp({"xml", "check", "-"}, kRich);
+  EXPECT_EQ(r.status, 0) << r.err;
+  // Options go anywhere among the operands.
+  r = runKelp({"xml", "check", "-", "--html4-entities", "--no-namespaces"}, kRich);
+  EXPECT_EQ(r.status, 0) << r.err;
+}
+
+TEST(KelpXml, ErrorsInAnExternalEntityNameItsFile) {
+  TempDir dir;
+  std::string doc = dir.file("doc.xml");
+  writeFile(doc, "<!DOCTYPE a [<!ENTITY e SYSTEM \"part.ent\">]>\n<a>&e;</a>\n");
+  writeFile(dir.file("part.ent"), "<b>\n\n<c></b>");
+  ToolResult r = runKelp({"xml", "check", doc});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, dir.file("part.ent") + ":3: element start/end tag name mismatch: c vs. b\n");
+
+  // A missing entity is the reader's error, at the reference.
+  writeFile(doc, "<!DOCTYPE a [<!ENTITY e SYSTEM \"gone.ent\">]>\n<a>\n&e;</a>\n");
+  r = runKelp({"xml", "check", doc});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, doc + ":3: entity '" + dir.file("gone.ent") + "' doesn't exist\n");
+}
+
+TEST(KelpXml, UsageErrors) {
+  TempDir dir;
+  std::string f = dir.file("a.xml");
+  writeFile(f, "<a/>");
+  const struct {
+    std::vector<std::string> args;
+    std::string message;
+  } cases[] = {
+      {{"xml"}, "missing subcommand (one of check, events, format, canon)"},
+      {{"xml", "lint", f}, "unknown subcommand 'lint' (one of check, events, format, canon)"},
+      {{"xml", "check"}, "missing operand"},
+      {{"xml", "check", "--strict", f}, "unknown option '--strict'"},
+      {{"xml", "check", "--html4-entities=yes", f}, "option '--html4-entities' takes no value"},
+      {{"xml", "events"}, "missing operand"},
+      {{"xml", "events", f, "b.xml"}, "unexpected operand 'b.xml'"},
+      {{"xml", "canon", f, "-"}, "unexpected operand '-'"},
+      {{"xml", "canon", "--indent", "2", f}, "unknown option '--indent'"},
+      {{"xml", "format"}, "missing operand"},
+      {{"xml", "format", f, "--indent", "2", "c.xml"}, "unexpected operand 'c.xml'"},
+      {{"xml", "format", f, "--indent"}, "option '--indent' needs a value"},
+      {{"xml", "format", "--indent=x", f},
+       "invalid indentation 'x' (a number from 0 to 32 expected)"},
+      {{"xml", "format", "--indent", "33", f},
+       "invalid indentation '33' (a number from 0 to 32 expected)"},
+      {{"xml", "format", "--indent=-1", f},
+       "invalid indentation '-1' (a number from 0 to 32 expected)"},
+      {{"xml", "format", "--no-namespaces", f}, "unknown option '--no-namespaces'"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.message);
+    ToolResult r = runKelp(c.args);
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, "kelp xml: " + c.message + "\n" + kUsage);
+  }
+}
+
+TEST(KelpXml, HelpStartsWithTheUsageLines) {
+  for (const char* flag : {"--help", "-h"}) {
+    ToolResult r = runKelp({"xml", "format", flag});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out.rfind("usage: kelp xml check [--html4-entities] [--no-namespaces] FILE...\n"
+                          "       kelp xml events ",
+                          0),
+              0u);
+  }
+  ToolResult r = runKelp({"help", "--man"});
+  EXPECT_NE(r.out.find(".SS kelp xml\n"), std::string::npos);
+}
+
+TEST(KelpXml, EventsOneLinePerEvent) {
+  ToolResult r = runKelp({"xml", "events", "-"}, kRich);
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.err, "");
+  EXPECT_EQ(r.out,
+            "startDocument\n"
+            "startDTD r \"\" \"\"\n"
+            "elementDecl r \"ANY\"\n"
+            "attributeDecl r x \"CDATA\" \"\" \"d\"\n"
+            "internalEntityDecl e \"ee\"\n"
+            "notationDecl n \"\" \"s\"\n"
+            "endDTD\n"
+            "startPrefixMapping \"\" \"urn:a\"\n"
+            "startPrefixMapping \"p\" \"urn:p\"\n"
+            "startElement r {urn:a} [xmlns=\"urn:a\" {http://www.w3.org/2000/xmlns/}xmlns:p="
+            "\"urn:p\" {urn:p}p:x=\"1\" y=\"a\\\"b\"]\n"
+            "comment \" c \"\n"
+            "processingInstruction pi \"some data\"\n"
+            "startElement p:b {urn:p}\n"
+            "characters \"t\"\n"
+            "characters \"ee\\tx\"\n"
+            "endElement p:b {urn:p}\n"
+            "startCDATA\n"
+            "characters \"<cd>\"\n"
+            "endCDATA\n"
+            "skippedEntity eacute\n"
+            "characters \"\\n\"\n"
+            "endElement r {urn:a}\n"
+            "endPrefixMapping \"p\"\n"
+            "endPrefixMapping \"\"\n"
+            "endDocument\n");
+}
+
+TEST(KelpXml, EventsOfTheDocumentType) {
+  ToolResult r = runKelp({"xml", "events", "-"},
+                         "<!DOCTYPE d PUBLIC \"-//x//y\" \"d.dtd\" [\n"
+                         "<!NOTATION gif PUBLIC \"-//g\">\n"
+                         "<!ENTITY u SYSTEM \"x.gif\" NDATA gif>\n"
+                         "<!ENTITY % pe \"x\">\n"
+                         "<!ENTITY ext PUBLIC \"-//p\" \"e.xml\">\n"
+                         "<!ATTLIST d k (a|b) #REQUIRED>\n"
+                         "<!ELEMENT d (a,(b|c)*)>\n"
+                         "]>\n"
+                         "<d><?t?>&amp;&#x41;</d>");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out,
+            "startDocument\n"
+            "startDTD d \"-//x//y\" \"d.dtd\"\n"
+            "notationDecl gif \"-//g\" \"\"\n"
+            "unparsedEntityDecl u \"\" \"x.gif\" gif\n"
+            "internalEntityDecl %pe \"x\"\n"
+            "externalEntityDecl ext \"-//p\" \"e.xml\"\n"
+            "attributeDecl d k \"(a|b)\" \"#REQUIRED\" \"\"\n"
+            "elementDecl d \"(a,(b|c)*)\"\n"
+            "endDTD\n"
+            "startElement d\n"
+            "processingInstruction t \"\"\n"
+            "characters \"&\"\n"
+            "characters \"A\"\n"
+            "endElement d\n"
+            "endDocument\n");
+}
+
+TEST(KelpXml, EventsEscapingAndOptions) {
+  // Control characters, backslashes and braces stay on one line.
+  ToolResult r =
+      runKelp({"xml", "events", "-"}, "<a xmlns='urn:{x}\\' b='&#9;\r'>\\&#127;&#13;&#233;</a>");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out,
+            "startDocument\n"
+            "startPrefixMapping \"\" \"urn:{x}\\\\\"\n"
+            "startElement a {urn:{x\\}\\\\} [xmlns=\"urn:{x}\\\\\" b=\"\\t\\n\"]\n"
+            "characters \"\\\\\"\n"
+            "characters \"\\x7F\"\n"
+            "characters \"\\r\"\n"
+            "characters \"\xC3\xA9\"\n"
+            "endElement a {urn:{x\\}\\\\}\n"
+            "endPrefixMapping \"\"\n"
+            "endDocument\n");
+
+  // HTML 4 entities, and names left whole without namespaces.
+  r = runKelp({"xml", "events", "--html4-entities", "--no-namespaces", "-"},
+              "<p:a xmlns:p='u' p:x='1'>&eacute;</p:a>");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out,
+            "startDocument\n"
+            "startElement p:a [p:x=\"1\"]\n"
+            "characters \"\xC3\xA9\"\n"
+            "endElement p:a\n"
+            "endDocument\n");
+}
+
+TEST(KelpXml, EventsUpToAnError) {
+  ToolResult r = runKelp({"xml", "events", "-"}, "<a>\n<b>x</a>");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out,
+            "startDocument\n"
+            "startElement a\n"
+            "characters \"\\n\"\n"
+            "startElement b\n"
+            "characters \"x\"\n"
+            "endDocument\n");
+  EXPECT_EQ(r.err, "<stdin>:2: element start/end tag name mismatch: b vs. a\n");
+}
+
+TEST(KelpXml, FormatIndentsElementContentAndKeepsText) {
+  ToolResult r = runKelp({"xml", "format", "-"}, kNested);
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.err, "");
+  EXPECT_EQ(r.out,
+            "<?xml version='1.0' encoding='UTF-8'?>\n"
+            "<catalogue id='c1'>\n"
+            "  <article n='A&amp;1'>\n"
+            "    <name>Chair</name>\n"
+            "    <price cur='EUR'>12.50</price>\n"
+            "    <empty/>\n"
+            "  </article>\n"
+            "  <note>a <b>bold</b> word</note>\n"
+            "</catalogue>\n");
+
+  // Four columns a level; eight make a tab, nine a tab and a space.
+  r = runKelp({"xml", "format", "--indent", "4", "-"}, "<a><b><c/></b></a>");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out,
+            "<?xml version='1.0' encoding='UTF-8'?>\n<a>\n    <b>\n\t<c/>\n    </b>\n</a>\n");
+  r = runKelp({"xml", "format", "--indent=9", "-"}, "<a><b/></a>");
+  EXPECT_EQ(r.out, "<?xml version='1.0' encoding='UTF-8'?>\n<a>\n\t <b/>\n</a>\n");
+  r = runKelp({"xml", "format", "--indent=0", "-"}, "<a><b/></a>");
+  EXPECT_EQ(r.out, "<?xml version='1.0' encoding='UTF-8'?>\n<a>\n<b/>\n</a>\n");
+
+  // Text-only and mixed content come out exactly; CDATA as escaped text.
+  r = runKelp({"xml", "format", "-"}, "<a>  x &lt; <![CDATA[<y>]]>\n <b> </b></a>");
+  EXPECT_EQ(r.out,
+            "<?xml version='1.0' encoding='UTF-8'?>\n<a>  x &lt; &lt;y&gt;\n <b> </b></a>\n");
+}
+
+TEST(KelpXml, FormatKeepsNamesAsWritten) {
+  // Prefixes, namespace declarations and names the namespace rules would
+  // leave without a local name.
+  ToolResult r =
+      runKelp({"xml", "format", "-"}, "<p:a xmlns:p='u' xmlns='d'><p:b x:y='1'/><c :='2'/></p:a>");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out,
+            "<?xml version='1.0' encoding='UTF-8'?>\n"
+            "<p:a xmlns='d' xmlns:p='u'>\n"
+            "  <p:b x:y='1'/>\n"
+            "  <c :='2'/>\n"
+            "</p:a>\n");
+}
+
+TEST(KelpXml, FormatIsStableAndReadsBack) {
+  TempDir dir;
+  std::string once = dir.file("once.xml");
+  ToolResult r = runKelp({"xml", "format", "-"}, kNested);
+  ASSERT_EQ(r.status, 0) << r.err;
+  writeFile(once, r.out);
+  ToolResult twice = runKelp({"xml", "format", once});
+  EXPECT_EQ(twice.status, 0) << twice.err;
+  EXPECT_EQ(twice.out, r.out);
+  // The text of the document is untouched: same canonical form once the
+  // indentation white space is taken out of element content.
+  ToolResult a = runKelp({"xml", "canon", "-"}, "<a>\n  <b>x y</b>\n</a>");
+  ToolResult b = runKelp({"xml", "format", "-"}, "<a><b>x y</b></a>");
+  EXPECT_EQ(a.out, "<a>&#10;  <b>x y</b>&#10;</a>");
+  EXPECT_EQ(b.out, "<?xml version='1.0' encoding='UTF-8'?>\n<a>\n  <b>x y</b>\n</a>\n");
+}
+
+TEST(KelpXml, FormatEncodings) {
+  ToolResult r =
+      runKelp({"xml", "format", "--encoding", "ISO-8859-1", "-"}, "<a><b>\xC3\xA9</b></a>");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "<?xml version='1.0' encoding='ISO-8859-1'?>\n<a>\n  <b>\xE9</b>\n</a>\n");
+  // And back: the declaration makes the reader decode Latin-1.
+  TempDir dir;
+  writeFile(dir.file("l1.xml"), r.out);
+  r = runKelp({"xml", "format", dir.file("l1.xml")});
+  EXPECT_EQ(r.out, "<?xml version='1.0' encoding='UTF-8'?>\n<a>\n  <b>\xC3\xA9</b>\n</a>\n");
+
+  // UTF-8 text whatever the locale.
+  r = runKelp({"xml", "format", "-"}, "<a>\xE2\x82\xAC</a>", {{"LC_ALL", "C"}});
+  EXPECT_EQ(r.out, "<?xml version='1.0' encoding='UTF-8'?>\n<a>\xE2\x82\xAC</a>\n");
+
+  r = runKelp({"xml", "format", "--encoding", "NO-SUCH-CHARSET", "-"}, "<a/>");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.err, "kelp xml: unknown encoding 'NO-SUCH-CHARSET'\n");
+  r = runKelp({"xml", "format", "--encoding=", "-"}, "<a/>");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, "kelp xml: unknown encoding ''\n");
+}
+
+TEST(KelpXml, FormatFailures) {
+  TempDir dir;
+  const struct {
+    std::string input;
+    std::string err;
+  } cases[] = {
+      {"<a>\n<b>\n</a>", "<stdin>:3: element start/end tag name mismatch: b vs. a\n"},
+      {"", "<stdin>:1: unexpected end of input\n"},
+      {"<?xml version='1.0' standalone='maybe'?><a/>",
+       "<stdin>:1: syntax error (standalone must be either 'yes' or 'no')\n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.input);
+    ToolResult r = runKelp({"xml", "format", "-"}, c.input);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, c.err);
+  }
+  ToolResult r = runKelp({"xml", "format", dir.file("none.xml")});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, dir.file("none.xml") + ": cannot open: No such file or directory\n");
+}
+
+TEST(KelpXml, CanonicalForm) {
+  ToolResult r = runKelp({"xml", "canon", "-"}, kRich);
+  EXPECT_EQ(r.status, 0) << r.err;
+  const std::string body =
+      "<r p:x=\"1\" xmlns=\"urn:a\" xmlns:p=\"urn:p\" y=\"a&quot;b\"><?pi some data?>"
+      "<p:b>tee&#9;x</p:b>&lt;cd&gt;&#10;</r>";
+  EXPECT_EQ(r.out, body);
+  r = runKelp({"xml", "canon", "--notations", "-"}, kRich);
+  EXPECT_EQ(r.out, "<!DOCTYPE r [\n<!NOTATION n SYSTEM 's'>\n]>\n" + body);
+  r = runKelp({"xml", "canon", "--html4-entities", "-"}, "<a>&eacute;<b/></a>");
+  EXPECT_EQ(r.out, "<a>\xC3\xA9<b></b></a>");
+
+  r = runKelp({"xml", "canon", "-"}, "<a><b></a>");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, "<stdin>:1: element start/end tag name mismatch: b vs. a\n");
+}
+
+TEST(KelpXml, LargeInputsShowNoBarWithoutATerminal) {
+  TempDir dir;
+  std::string big = dir.file("big.xml");
+  std::string text = "<list>\n";
+  while (text.size() < (5u << 20)) text += "  <item n='1'>some text &amp; more</item>\n";
+  text += "</list>\n";
+  writeFile(big, text);
+  ToolResult r = runKelp({"xml", "check", big});
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.err, "");
+}
+
+namespace {
+
+// Runs kelp with standard error on a pseudo-terminal; returns what the
+// terminal showed, and the exit status in *status.
+std::string runOnTerminal(const std::vector<std::string>& args, int* status) {
+  *status = -1;
+  int master = posix_openpt(O_RDWR | O_NOCTTY);
+  if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0) return "no pty";
+  std::string slave = ptsname(master);
+  pid_t pid = fork();
+  if (pid == 0) {
+    int fd = open(slave.c_str(), O_RDWR | O_NOCTTY);
+    int devnull = open("/dev/null", O_RDWR);
+    if (fd < 0 || devnull < 0) _exit(127);
+    dup2(devnull, 0);
+    dup2(devnull, 1);
+    dup2(fd, 2);
+    std::vector<char*> argv;
+    std::string tool = KELP_TOOL_PATH;
+    argv.push_back(tool.data());
+    std::vector<std::string> copy = args;
+    for (std::string& a : copy) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    execv(tool.c_str(), argv.data());
+    _exit(127);
+  }
+  std::string shown;
+  char buffer[4096];
+  for (;;) {
+    ssize_t n = read(master, buffer, sizeof buffer);
+    if (n > 0) {
+      shown.append(buffer, static_cast<std::size_t>(n));
+      continue;
+    }
+    if (n < 0 && errno == EINTR) continue;
+    break;  // EIO once the child has closed its side
+  }
+  int wstatus = 0;
+  if (pid > 0 && waitpid(pid, &wstatus, 0) == pid && WIFEXITED(wstatus))
+    *status = WEXITSTATUS(wstatus);
+  close(master);
+  return shown;
+}
+
+}  // namespace
+
+TEST(KelpXml, LargeInputsShowAProgressBarOnATerminal) {
+  TempDir dir;
+  std::string big = dir.file("big.xml"), small = dir.file("small.xml");
+  std::string text = "<list>\n";
+  while (text.size() < (5u << 20)) text += "  <item n='1'>some text &amp; more</item>\n";
+  writeFile(big, text + "</list>\n");
+  writeFile(small, "<list/>");
+
+  int status = -1;
+  std::string shown = runOnTerminal({"xml", "check", big}, &status);
+  EXPECT_EQ(status, 0);
+  // The bar moves while the input is read, not only at the end, and is
+  // cleared afterwards.
+  EXPECT_EQ(shown.rfind("\r" + big + " [", 0), 0u) << shown.substr(0, 200);
+  std::vector<int> percents;
+  for (std::size_t at = shown.find("] "); at != std::string::npos; at = shown.find("] ", at + 1))
+    percents.push_back(std::atoi(shown.c_str() + at + 2));
+  ASSERT_GE(percents.size(), 20u);
+  EXPECT_LT(percents.front(), 5);
+  EXPECT_EQ(percents.back(), 100);
+  for (std::size_t i = 1; i < percents.size(); ++i) EXPECT_GT(percents[i], percents[i - 1]);
+  // Cleared at the end: the last thing shown is a carriage return.
+  EXPECT_EQ(shown.back(), '\r');
+
+  // An error after the bar starts on a clean line.
+  writeFile(big, text + "</lost>\n");
+  shown = runOnTerminal({"xml", "check", big}, &status);
+  EXPECT_EQ(status, 1);
+  std::string message = big + ":";
+  std::size_t at = shown.rfind(message);
+  ASSERT_NE(at, std::string::npos) << shown;
+  EXPECT_GT(at, 0u);
+  EXPECT_EQ(shown[at - 1], '\r');
+  EXPECT_NE(shown.find("element start/end tag name mismatch: list vs. lost", at),
+            std::string::npos);
+
+  shown = runOnTerminal({"xml", "check", small}, &status);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(shown, "");
+}
