@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds everything and runs the whole test suite: the normal (GCC) build, the
 # AddressSanitizer + UndefinedBehaviorSanitizer (Clang) build with the fuzz
-# corpora replayed, and the ThreadSanitizer build of the thread tests.
+# corpora replayed, the ThreadSanitizer build of the thread tests, and the
+# optimised build of the main job (with the benchmarks) running the main job.
 # Prints "N passed, N failed" at the end.
 set -uo pipefail
 cd "$(dirname "$0")/.."
@@ -44,10 +45,37 @@ run_preset() {
   summary+="$preset: ${p:-0} passed, ${f:-0} failed"$'\n'
 }
 
+# The release build is the one scripts/run-main.sh makes: it must build
+# warning-free and its tool must print the sample catalogue's report.
+run_main_job() {
+  echo "=== release: configure and build, main job"
+  if ! cmake --preset release >build/release.log 2>&1 \
+     || ! cmake --build --preset release -j "$jobs" >>build/release.log 2>&1; then
+    tail -n 80 build/release.log
+    failed=$((failed + 1))
+    summary+="release: build failed"$'\n'
+    return
+  fi
+  if grep -E 'warning:' build/release.log; then
+    echo "release: the build has warnings"
+    failed=$((failed + 1))
+    summary+="release: warnings"$'\n'
+  fi
+  if ./build/release/tools/kelp/kelp catalogue report samples/catalogue.xml >build/main-job.txt \
+     && grep -q '^totals' build/main-job.txt; then
+    passed=$((passed + 1))
+    summary+="release: main job passed"$'\n'
+  else
+    failed=$((failed + 1))
+    summary+="release: main job failed"$'\n'
+  fi
+}
+
 mkdir -p build
 run_preset dev
 run_preset asan
 run_preset tsan
+run_main_job
 echo "=== summary"
 printf '%s' "$summary"
 echo "$passed passed, $failed failed"
