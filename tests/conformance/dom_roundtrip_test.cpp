@@ -33,18 +33,6 @@ namespace qx = qor::quv::xml;
 namespace sax = qor::quv::xml::sax;
 namespace fs = std::filesystem;
 
-// The writer converts from the locale's code set, in which the reader
-// delivers the text: UTF-8 on both sides for the length of the test.
-class Utf8Locale {
- public:
-  Utf8Locale() : saved_(std::setlocale(LC_ALL, nullptr)) { ok = std::setlocale(LC_ALL, "C.UTF-8"); }
-  ~Utf8Locale() { std::setlocale(LC_ALL, saved_.c_str()); }
-  bool ok = false;
-
- private:
-  std::string saved_;
-};
-
 // The written form in *out; false with the writer's message in *error.
 bool write(dom::Node* node, std::string* out, std::string* error) {
   std::ostringstream s;
@@ -79,7 +67,7 @@ TEST(XmlConformance, DomRoundTrip) {
     std::string error;
     ASSERT_TRUE(kelp::xmlconf::readCatalogues(root, &all, &error)) << error;
   }
-  Utf8Locale locale;
+  kelp::xmlconf::Utf8Locale locale;
   ASSERT_TRUE(locale.ok) << "no C.UTF-8 locale";
   // The handler's debug messages about rejected documents go to a logger
   // that only keeps them.

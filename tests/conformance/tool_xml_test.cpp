@@ -43,18 +43,6 @@ namespace qx = qor::quv::xml;
 namespace sax = qor::quv::xml::sax;
 namespace fs = std::filesystem;
 
-// The reader delivers UTF-8 to a writer that converts from the locale's
-// code set, as in the tool.
-class Utf8Locale {
- public:
-  Utf8Locale() : saved_(std::setlocale(LC_ALL, nullptr)) { ok = std::setlocale(LC_ALL, "C.UTF-8"); }
-  ~Utf8Locale() { std::setlocale(LC_ALL, saved_.c_str()); }
-  bool ok = false;
-
- private:
-  std::string saved_;
-};
-
 bool isWhiteSpace(const std::string& s) {
   return s.find_first_not_of(" \t\r\n") == std::string::npos;
 }
@@ -152,7 +140,7 @@ TEST(XmlConformance, ToolFormat) {
   if (!selection(&cases, &root))
     GTEST_SKIP() << "the W3C XML conformance suite is not at " << root.string()
                  << "; run scripts/fetch-test-data.sh";
-  Utf8Locale locale;
+  kelp::xmlconf::Utf8Locale locale;
   ASSERT_TRUE(locale.ok) << "no C.UTF-8 locale";
   zob::Ref<kelp::host::Application> app = kelp::host::Application::create();
   zob::Ref<kelp::host::RecordingLogger> log = kelp::host::RecordingLogger::create();
@@ -204,7 +192,7 @@ TEST(XmlConformance, ToolCanon) {
   if (!selection(&cases, &root))
     GTEST_SKIP() << "the W3C XML conformance suite is not at " << root.string()
                  << "; run scripts/fetch-test-data.sh";
-  Utf8Locale locale;
+  kelp::xmlconf::Utf8Locale locale;
   ASSERT_TRUE(locale.ok) << "no C.UTF-8 locale";
 
   int same = 0, rejected = 0, withOutput = 0, matchingSuite = 0;

@@ -24,6 +24,7 @@
 #include <kelp/xml/sax/sax_ParseException.h>
 #include <kelp/xml/sax/sax_SimpleXMLReader.h>
 
+#include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -221,6 +222,20 @@ inline bool readCatalogues(const fs::path& root, std::vector<TestCase>* all, std
   }
   return true;
 }
+
+// The reader delivers UTF-8 to a writer that converts from the locale's
+// code set: UTF-8 on both sides while an instance lives.
+class Utf8Locale {
+ public:
+  Utf8Locale() : saved_(std::setlocale(LC_ALL, nullptr)) { ok = std::setlocale(LC_ALL, "C.UTF-8"); }
+  ~Utf8Locale() { std::setlocale(LC_ALL, saved_.c_str()); }
+  Utf8Locale(const Utf8Locale&) = delete;
+  Utf8Locale& operator=(const Utf8Locale&) = delete;
+  bool ok = false;
+
+ private:
+  std::string saved_;
+};
 
 }  // namespace kelp::xmlconf
 

@@ -30,6 +30,7 @@
 #include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/sax/sax_ParseException.h>
 #include <kelp/xml/sax/sax_SimpleXMLReader.h>
+#include <kelp/xml/xml_Writer.h>
 
 #include "kelp_tool.h"
 
@@ -148,34 +149,8 @@ std::string collapse(const std::string& s) {
   return out;
 }
 
-void appendEscaped(std::string& out, const char* s, bool attribute) {
-  for (; *s; ++s) {
-    switch (*s) {
-      case '&':
-        out += "&amp;";
-        break;
-      case '<':
-        out += "&lt;";
-        break;
-      case '>':
-        out += "&gt;";
-        break;
-      case '"':
-        if (attribute) {
-          out += "&quot;";
-          break;
-        }
-        [[fallthrough]];
-      default:
-        out += *s;
-    }
-  }
-}
-
 std::string htmlEscaped(const std::string& s) {
-  std::string out;
-  appendEscaped(out, s.c_str(), true);
-  return out;
+  return qor::quv::xml::XMLWriter::quoteCharData(s.c_str());
 }
 
 // The plain-text formatter writes each character as one byte, which is
@@ -430,9 +405,8 @@ class CatalogueHandler : public sax::DefaultHandler {
         for (int i = 0; i < attrs.getLength(); ++i) {
           markup_ += ' ';
           markup_ += attrs.getQName(i);
-          markup_ += "=\"";
-          appendEscaped(markup_, attrs.getValue(i), true);
-          markup_ += '"';
+          markup_ += '=';
+          markup_ += qor::quv::xml::XMLWriter::quoteAttrValue(attrs.getValue(i));
         }
         markup_ += '>';
         stack_.push_back(kMarkup);
@@ -499,10 +473,8 @@ class CatalogueHandler : public sax::DefaultHandler {
         break;
       case kDescription:
       case kMarkup:
-        if (html_)
-          appendEscaped(markup_, chars, false);
-        else
-          appendEscaped(markup_, keepLatin1(chars).c_str(), false);
+        markup_ +=
+            qor::quv::xml::XMLWriter::quoteCharData(html_ ? chars : keepLatin1(chars).c_str());
         break;
       case kCatalogue:
         if (!isBlankText(chars)) return refuse("text is not allowed in <catalogue>");
