@@ -6,12 +6,12 @@
 // Layout of an input: byte 0 picks the source charset, byte 1 the target,
 // byte 2 the stream's block sizes, byte 3 the length n of the script; the
 // next n bytes are the script, the rest is the document.
+#include <kelp/host.h>
 #include <kelp/util/utl_StringBuf.h>
 #include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/sax/sax_StackedInputSource.h>
 #include <zob/zob_io.h>
 
-#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -34,26 +34,12 @@ constexpr std::size_t kCharsetCount = sizeof kCharsets / sizeof kCharsets[0];
 const char* const kTargets[] = {"UTF-8", "ISO-8859-1", "", "UTF-16"};
 
 // A stream over the document that hands out blocks of sizes picked by a
-// seed and fails at the end when the seed says so.
-class FuzzStream final : public zob::io::IInputStream_Adapter {
+// seed and fails at the end when the seed says so; counted by the host's
+// object base.
+class FuzzStream final : public kelp::host::Object<zob::io::IInputStream> {
  public:
   FuzzStream(const std::uint8_t* data, std::size_t size, std::uint8_t seed)
       : data_(data), size_(size), seed_(seed) {}
-  ZResult queryInterface(const char* iid, zob::IUnknown** out) override {
-    if (zobCompareIID(iid, zob::IUnknown::IID) || zobCompareIID(iid, IID)) {
-      addRef();
-      *out = this;
-      return zob::kOk;
-    }
-    *out = nullptr;
-    return zob::kNoInterface;
-  }
-  std::uint32_t addRef() override { return ++refs_; }
-  std::uint32_t release() override {
-    std::uint32_t n = --refs_;
-    if (n == 0) delete this;
-    return n;
-  }
   ZResult read(void* buffer, std::size_t size, std::size_t* count) override {
     *count = 0;
     if (pos_ == size_) return (seed_ & 0x80) ? zob::kIOError : zob::kOk;
@@ -72,7 +58,6 @@ class FuzzStream final : public zob::io::IInputStream_Adapter {
   std::size_t pos_ = 0;
   std::size_t turn_ = 0;
   std::uint8_t seed_;
-  std::atomic<std::uint32_t> refs_{0};
 };
 
 // Reads every byte of a string the library handed out.

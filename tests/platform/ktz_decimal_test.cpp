@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "decimal_test_util.h"
+
 #include <cmath>
 #include <cstring>
 #include <random>
@@ -18,22 +20,9 @@ using ktz::decimal::Rounding;
 
 namespace {
 
-decimal128 d128(const char* s) {
-  decimal128 d;
-  EXPECT_TRUE(ktzDec128FromString(s, &d)) << s;
-  return d;
-}
-decimal64 d64(const char* s) {
-  decimal64 d;
-  EXPECT_TRUE(ktzDec64FromString(s, &d)) << s;
-  return d;
-}
-std::string str(const decimal128& d) {
-  return ktzDec128ToString(d);
-}
-std::string str(decimal64 d) {
-  return ktzDec64ToString(d);
-}
+using kelp::test::d128;
+using kelp::test::d64;
+using kelp::test::str;
 
 // Encodings worked out from the format: sign, biased exponent (bias 6176 or
 // 398) above the coefficient, or the large-coefficient form for decimal64

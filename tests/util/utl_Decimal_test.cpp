@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "decimal_test_util.h"
+
 #include <clocale>
 #include <cmath>
 #include <cstdint>
@@ -21,22 +23,9 @@ using namespace qor::quv::types;
 
 namespace {
 
-decimal128 d128(const char* s) {
-  decimal128 d;
-  EXPECT_TRUE(ktzDec128FromString(s, &d)) << s;
-  return d;
-}
-decimal64 d64(const char* s) {
-  decimal64 d;
-  EXPECT_TRUE(ktzDec64FromString(s, &d)) << s;
-  return d;
-}
-std::string str(const decimal128& d) {
-  return ktzDec128ToString(d);
-}
-std::string str(decimal64 d) {
-  return ktzDec64ToString(d);
-}
+using kelp::test::d128;
+using kelp::test::d64;
+using kelp::test::str;
 
 // Switches the global C++ (and C) locale for one test and back.
 class GlobalLocale {

@@ -14,6 +14,8 @@
 
 #include <gtest/gtest.h>
 
+#include "decimal_test_util.h"
+
 #include "attribute_maker.h"
 
 #include <atomic>
@@ -32,13 +34,9 @@ namespace sax = qor::quv::xml::sax;
 
 namespace {
 
+using kelp::test::str;
 decimal128 d(const char* s) {
-  decimal128 v;
-  EXPECT_TRUE(ktzDec128FromString(s, &v)) << s;
-  return v;
-}
-std::string str(const decimal128& v) {
-  return ktzDec128ToString(v);
+  return kelp::test::d128(s);
 }
 ECurrency money(const char* code, const char* amount) {
   return ECurrency(code, d(amount));

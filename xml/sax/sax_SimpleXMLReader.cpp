@@ -1576,20 +1576,37 @@ struct SimpleXMLReader::Data {
     cur.skip();
     out.clear();
     for (;;) {
-      int c = cur.peek();
-      if (c < 0) return endOfInput();
-      if (useUtf8 && (scanClass(*cur.p) & detail::kUtf8Check) && forbiddenHere())
-        return fatal(kIllegalCharacter);
-      cur.skip();
+      int c = literalChar();
+      if (c < 0) return false;
       if (c == q) return true;
-      if (c < 0x20 && c != '\t' && c != '\n' && c != '\r') return fatal(kIllegalCharacter);
       if (publicId && !isPublicIdChar(c)) return fatal("invalid character in public id");
-      if (c == '\r') {
-        if (cur.peek() == '\n') cur.skip();
-        c = '\n';
-      }
       out += static_cast<char>(c);
     }
+  }
+
+  // Takes the next character of a quoted literal or entity value; CR LF
+  // and a lone CR come back as LF. -1 after reporting the end of input or
+  // a character that no literal may hold.
+  int literalChar() {
+    int c = cur.peek();
+    if (c < 0) {
+      endOfInput();
+      return -1;
+    }
+    bool forbidden = useUtf8 && (scanClass(*cur.p) & detail::kUtf8Check) && forbiddenHere();
+    if (!forbidden) {
+      cur.skip();
+      forbidden = c < 0x20 && c != '\t' && c != '\n' && c != '\r';
+    }
+    if (forbidden) {
+      fatal(kIllegalCharacter);
+      return -1;
+    }
+    if (c == '\r') {
+      if (cur.peek() == '\n') cur.skip();
+      c = '\n';
+    }
+    return c;
   }
 
   // "SYSTEM" or "PUBLIC" and their literals. *present tells whether there
@@ -1886,18 +1903,10 @@ struct SimpleXMLReader::Data {
   bool entityValue(char quote, std::string& out) {
     out.clear();
     for (;;) {
-      int c = cur.peek();
-      if (c < 0) return endOfInput();
-      if (useUtf8 && (scanClass(*cur.p) & detail::kUtf8Check) && forbiddenHere())
-        return fatal(kIllegalCharacter);
-      cur.skip();
+      int c = literalChar();
+      if (c < 0) return false;
       if (c == quote) return true;
       if (c == '%') return fatal("syntax error (parameter entity reference in entity value)");
-      if (c < 0x20 && c != '\t' && c != '\n' && c != '\r') return fatal(kIllegalCharacter);
-      if (c == '\r') {
-        if (cur.peek() == '\n') cur.skip();
-        c = '\n';
-      }
       if (c != '&') {
         out += static_cast<char>(c);
         continue;
@@ -1917,8 +1926,10 @@ struct SimpleXMLReader::Data {
   void declare(const std::string& key, Entity* entity) {
     entity->addRef();
     auto [it, inserted] = entities.try_emplace(key, Declared{entity, nullptr});
-    if (inserted) it->second.internal = dynamic_cast<InternalEntity*>(entity);
-    if (!inserted) entity->release();
+    if (inserted)
+      it->second.internal = dynamic_cast<InternalEntity*>(entity);
+    else
+      entity->release();
   }
 
   // After "<!ENTITY".

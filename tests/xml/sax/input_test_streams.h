@@ -3,18 +3,19 @@
 #ifndef KELP_TESTS_XML_SAX_INPUT_TEST_STREAMS_H
 #define KELP_TESTS_XML_SAX_INPUT_TEST_STREAMS_H
 
+#include <kelp/host.h>
 #include <kelp/util/utl_StringBuf.h>
 #include <kelp/xml/sax/sax_InputSource.h>
 #include <zob/zob_io.h>
 
-#include <atomic>
 #include <cstring>
 #include <string>
 #include <vector>
 
 namespace kelp::test {
 
-class ChunkedStream final : public zob::io::IInputStream_Adapter {
+// Counted by the host's object base: deleted with its last reference.
+class ChunkedStream final : public kelp::host::Object<zob::io::IInputStream> {
  public:
   // Serves data in blocks whose sizes cycle through `blocks` (empty: as much
   // as asked). With failAfter >= 0 the stream serves that many bytes and
@@ -22,21 +23,6 @@ class ChunkedStream final : public zob::io::IInputStream_Adapter {
   ChunkedStream(std::string data, std::vector<std::size_t> blocks, long failAfter = -1)
       : data_(std::move(data)), blocks_(std::move(blocks)), failAfter_(failAfter) {}
 
-  ZResult queryInterface(const char* iid, zob::IUnknown** out) override {
-    if (zobCompareIID(iid, zob::IUnknown::IID) || zobCompareIID(iid, IID)) {
-      addRef();
-      *out = this;
-      return zob::kOk;
-    }
-    *out = nullptr;
-    return zob::kNoInterface;
-  }
-  std::uint32_t addRef() override { return ++refs_; }
-  std::uint32_t release() override {
-    std::uint32_t n = --refs_;
-    if (n == 0) delete this;
-    return n;
-  }
   ZResult read(void* buffer, std::size_t size, std::size_t* count) override {
     *count = 0;
     ++reads_;
@@ -65,7 +51,6 @@ class ChunkedStream final : public zob::io::IInputStream_Adapter {
   std::size_t pos_ = 0;
   std::size_t next_ = 0;
   int reads_ = 0;
-  std::atomic<std::uint32_t> refs_{0};
 };
 
 // Block patterns every decoding test runs through.
