@@ -564,17 +564,27 @@ struct SimpleXMLReader::Data {
     const int n = detail::utf8Length(static_cast<unsigned char>(*cur.p));
     if (cur.e - cur.p >= n || static_cast<unsigned char>(*cur.p) >= 0xF5)
       return forbiddenUtf8(cur.p, cur.e);
-    cur.drop();
     char bytes[4];
+    int got = takeCutSequence(n, bytes);
+    bool bad = forbiddenUtf8(bytes, bytes + got);
+    putBack(bytes, got);
+    return !cur.fill() || bad;
+  }
+
+  // The n-byte UTF-8 sequence at cur.p, cut by the window's end, taken from
+  // the source into bytes; returns how many of its bytes there were.
+  int takeCutSequence(int n, char* bytes) {
+    cur.drop();
     int got = 0;
     while (got < n) {
       int c = input->get();
       if (c < 0) break;
       bytes[got++] = static_cast<char>(c);
     }
-    bool bad = forbiddenUtf8(bytes, bytes + got);
+    return got;
+  }
+  void putBack(const char* bytes, int got) {
     for (int i = got; i-- > 0;) input->unget(bytes[i]);
-    return !cur.fill() || bad;
   }
 
   char* scratchCopy(const char* s, size_t n) {
@@ -676,19 +686,13 @@ struct SimpleXMLReader::Data {
   // character; otherwise puts them back and returns false.
   bool joinCharacter(bool first) {
     const int n = detail::utf8Length(static_cast<unsigned char>(*cur.p));
-    cur.drop();
     char bytes[4];
-    int got = 0;
-    while (got < n) {
-      int c = input->get();
-      if (c < 0) break;
-      bytes[got++] = static_cast<char>(c);
-    }
+    int got = takeCutSequence(n, bytes);
     if (got == n && detail::utf8NameChar(bytes, bytes + n, first) == n) {
       nameBuf.append(bytes, static_cast<size_t>(n));
       return true;
     }
-    for (int i = got; i-- > 0;) input->unget(bytes[i]);
+    putBack(bytes, got);
     return false;
   }
 
