@@ -391,9 +391,9 @@ int runHelpDocument(int argc, char** argv) {
       std::fprintf(stderr, "kelp help: cannot write %s: %s\n", argv[3], std::strerror(errno));
       return kExitFailed;
     }
-  } else if (manual && isatty(STDOUT_FILENO)) {
+  } else if (manual && isatty(STDOUT_FILENO) && access("/usr/bin/man", X_OK) == 0) {
     // On a terminal the page is shown formatted, as man(1) shows it.
-    pager = popen("man -l - 2>/dev/null", "w");
+    pager = popen("/usr/bin/man -l -", "w");
     if (pager) out = pager;
   }
   if (manual)
