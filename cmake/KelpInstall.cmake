@@ -52,7 +52,9 @@ foreach(pc kelp kelp-host)
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 endforeach()
 
-# The data formats the tool reads (samples/*.md) are its documentation.
+# The data formats the tool reads are its documentation: samples/README.md
+# (the catalogue format) as share/doc/kelp/formats.md, and every further
+# samples/<format>.md under its own name.
 file(GLOB KELP_FORMAT_DOCS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/samples/*.md)
 foreach(doc IN LISTS KELP_FORMAT_DOCS)
   get_filename_component(name ${doc} NAME)
