@@ -81,11 +81,10 @@ TEST(KtzDGetTextIn, TranslatesIntoTheLanguageAskedFor) {
   kelp::test::ChildResult r = kelp::test::runInChild([] {
     std::setlocale(LC_ALL, "C");
     setenv("KELP_LOCALEDIR", KELP_BINARY_DIR "/locale", 1);
-    const char* asks[][2] = {{"de", "inch"},   {"fr", "inch"},    {"de_CH.UTF-8", "inch"},
-                             {"de", "feet"},   {"xx", "inch"},    {"de", "no such text"},
+    const char* asks[][2] = {{"de", "inch"},    {"fr", "inch"},    {"de_CH.UTF-8", "inch"},
+                             {"de", "feet"},    {"xx", "inch"},    {"de", "no such text"},
                              {"../de", "inch"}, {"de/..", "inch"}, {"", "inch"}};
-    for (const auto& a : asks)
-      std::printf("%s|", ktzDGetTextIn(KTZ_KELP_TEXT_DOMAIN, a[0], a[1]));
+    for (const auto& a : asks) std::printf("%s|", ktzDGetTextIn(KTZ_KELP_TEXT_DOMAIN, a[0], a[1]));
     std::printf("%s|%s|", ktzDGetTextIn(KTZ_KELP_TEXT_DOMAIN, "de", nullptr),
                 ktzDGetTextIn(KTZ_KELP_TEXT_DOMAIN, nullptr, "inch"));
     std::printf("%s", ktzDGetText(KTZ_KELP_TEXT_DOMAIN, "inch"));  // the process stays in C
@@ -106,10 +105,10 @@ TEST(KtzDGetTextIn, DamagedCataloguesTranslateNothing) {
     return s;
   };
   const std::string cases[] = {
-      "",                                                      // empty
-      "not a catalogue at all, not a catalogue at all",        // no magic
-      words({0x950412de, 0, 1000000, 28, 36, 0, 0}),           // more entries than bytes
-      words({0x950412de, 0, 1, 28, 36, 0, 0, 5, 4000, 2, 44}), // a string out of bounds
+      "",                                                              // empty
+      "not a catalogue at all, not a catalogue at all",                // no magic
+      words({0x950412de, 0, 1000000, 28, 36, 0, 0}),                   // more entries than bytes
+      words({0x950412de, 0, 1, 28, 36, 0, 0, 5, 4000, 2, 44}),         // a string out of bounds
       words({0x950412de, 0, 1, 28, 36, 0, 0, 1, 44, 1, 46}) + "xyzw",  // no NUL at the end
   };
   int n = 0;

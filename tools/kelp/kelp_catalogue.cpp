@@ -930,8 +930,8 @@ class Report {
       if (it == totals.end()) continue;
       const Total& t = it->second;
       if (html_)
-        print("<TR><TD>" + code + "<TD>" + amountText(t.sum) + "<TD>" + articlesCount(lang_, t.count) +
-              "\n");
+        print("<TR><TD>" + code + "<TD>" + amountText(t.sum) + "<TD>" +
+              articlesCount(lang_, t.count) + "\n");
       else
         print("  " + code + " " + amountText(t.sum) + " (" + articlesCount(lang_, t.count) + ")\n");
     }

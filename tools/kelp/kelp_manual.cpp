@@ -140,8 +140,8 @@ void writeHelpText(std::FILE* out, const char* help) {
     }
     if (splitItem(line, &tag, &description, &itemColumn)) {
       endVerbatim();
-      std::fprintf(out, ".TP %zu\n.B %s\n%s\n", itemColumn - indent > 12 ? std::size_t{12}
-                                                                           : itemColumn - indent,
+      std::fprintf(out, ".TP %zu\n.B %s\n%s\n",
+                   itemColumn - indent > 12 ? std::size_t{12} : itemColumn - indent,
                    roff(tag).c_str(), roff(description).c_str());
       block = kList;
       column = itemColumn;
@@ -311,12 +311,13 @@ const char kExamples[] =
 void writeManual(std::FILE* out) {
   std::fprintf(out, ".TH KELP 1 \"\" \"kelp %s\" \"User Commands\"\n", KELP_VERSION_STRING);
   std::fputs(".SH NAME\nkelp \\- inspect catalogue data, XML, money amounts and settings\n", out);
-  std::fputs(".SH SYNOPSIS\n"
-             ".B kelp\n.I family subcommand\n.RI [ options ]\n.RI [ operands ]\n.br\n"
-             ".B kelp\n.I family\n.B \\-\\-help\n.br\n"
-             ".B kelp help\n.RI [ family \" | \" \\fB\\-\\-man\\fP]\n.br\n"
-             ".B kelp\n.RB [ \\-\\-version \" | \" \\-\\-help ]\n",
-             out);
+  std::fputs(
+      ".SH SYNOPSIS\n"
+      ".B kelp\n.I family subcommand\n.RI [ options ]\n.RI [ operands ]\n.br\n"
+      ".B kelp\n.I family\n.B \\-\\-help\n.br\n"
+      ".B kelp help\n.RI [ family \" | \" \\fB\\-\\-man\\fP]\n.br\n"
+      ".B kelp\n.RB [ \\-\\-version \" | \" \\-\\-help ]\n",
+      out);
   std::fputs(".SH DESCRIPTION\n", out);
   std::fputs(kDescription, out);
   std::fputs(".PP\nThe families:\n", out);
@@ -332,28 +333,31 @@ void writeManual(std::FILE* out) {
   std::fputs(kEnvironment, out);
   writeFiles(out);
   std::fputs(kExamples, out);
-  std::fputs(".SH \"SEE ALSO\"\n"
-             ".BR locale (1),\n.BR bash (1);\n"
-             "the data formats in\n",
-             out);
+  std::fputs(
+      ".SH \"SEE ALSO\"\n"
+      ".BR locale (1),\n.BR bash (1);\n"
+      "the data formats in\n",
+      out);
   std::fprintf(out, ".IR %s/formats.md .\n", roff(KELP_DOC_DIR).c_str());
 }
 
 void writeBashCompletion(std::FILE* out) {
   std::vector<std::string> names;
   for (const Family* f : families()) names.push_back(f->name);
-  std::fputs("# bash completion of kelp(1): commands, subcommands and options, then\n"
-             "# file names. Written by `kelp help --bash-completion` from the tool's\n"
-             "# own command table.\n"
-             "_kelp() {\n"
-             "  local cur=\"${COMP_WORDS[COMP_CWORD]}\" words=\n"
-             "  COMPREPLY=()\n"
-             "  if [ \"$COMP_CWORD\" -eq 1 ]; then\n",
-             out);
+  std::fputs(
+      "# bash completion of kelp(1): commands, subcommands and options, then\n"
+      "# file names. Written by `kelp help --bash-completion` from the tool's\n"
+      "# own command table.\n"
+      "_kelp() {\n"
+      "  local cur=\"${COMP_WORDS[COMP_CWORD]}\" words=\n"
+      "  COMPREPLY=()\n"
+      "  if [ \"$COMP_CWORD\" -eq 1 ]; then\n",
+      out);
   std::fprintf(out, "    words=\"--help --version help %s\"\n", joined(names).c_str());
-  std::fputs("  elif [ \"$COMP_CWORD\" -eq 2 ]; then\n"
-             "    case \"${COMP_WORDS[1]}\" in\n",
-             out);
+  std::fputs(
+      "  elif [ \"$COMP_CWORD\" -eq 2 ]; then\n"
+      "    case \"${COMP_WORDS[1]}\" in\n",
+      out);
   std::fprintf(out, "      help) words=\"--man %s\" ;;\n", joined(names).c_str());
   std::map<std::string, std::string> optionWords;
   for (const Family* f : families()) {
@@ -363,22 +367,24 @@ void writeBashCompletion(std::FILE* out) {
       optionWords[std::string(f->name) + " " + sub] =
           joined(std::vector<std::string>(options.begin(), options.end()));
   }
-  std::fputs("    esac\n"
-             "  else\n"
-             "    case \"$cur\" in\n"
-             "      -*)\n"
-             "        case \"${COMP_WORDS[1]} ${COMP_WORDS[2]}\" in\n",
-             out);
+  std::fputs(
+      "    esac\n"
+      "  else\n"
+      "    case \"$cur\" in\n"
+      "      -*)\n"
+      "        case \"${COMP_WORDS[1]} ${COMP_WORDS[2]}\" in\n",
+      out);
   for (const auto& [command, options] : optionWords)
     std::fprintf(out, "          \"%s\") words=\"%s\" ;;\n", command.c_str(), options.c_str());
-  std::fputs("        esac ;;\n"
-             "      *) return 0 ;;  # operands: bash's file names (-o default)\n"
-             "    esac\n"
-             "  fi\n"
-             "  COMPREPLY=($(compgen -W \"$words\" -- \"$cur\"))\n"
-             "}\n"
-             "complete -o default -F _kelp kelp\n",
-             out);
+  std::fputs(
+      "        esac ;;\n"
+      "      *) return 0 ;;  # operands: bash's file names (-o default)\n"
+      "    esac\n"
+      "  fi\n"
+      "  COMPREPLY=($(compgen -W \"$words\" -- \"$cur\"))\n"
+      "}\n"
+      "complete -o default -F _kelp kelp\n",
+      out);
 }
 
 int runHelpDocument(int argc, char** argv) {

@@ -44,8 +44,10 @@ class MoFile {
   explicit MoFile(std::string data) : data_(std::move(data)) {
     if (data_.size() < 28) return;
     std::uint32_t magic = word(0);
-    if (magic == 0xde120495u) swapped_ = true;
-    else if (magic != 0x950412deu) return;
+    if (magic == 0xde120495u)
+      swapped_ = true;
+    else if (magic != 0x950412deu)
+      return;
     std::uint32_t count = word(8), originals = word(12), translations = word(16);
     if (count > (data_.size() / 8) || originals > data_.size() - count * 8 ||
         translations > data_.size() - count * 8)
@@ -63,8 +65,10 @@ class MoFile {
       std::uint32_t mid = lo + (hi - lo) / 2;
       int c = std::strcmp(msgid, string(originals_ + mid * 8));
       if (c == 0) return string(translations_ + mid * 8);
-      if (c < 0) hi = mid;
-      else lo = mid + 1;
+      if (c < 0)
+        hi = mid;
+      else
+        lo = mid + 1;
     }
     return nullptr;
   }
