@@ -1,0 +1,287 @@
+// 4x4 matrices: products, determinant and inverse, factories, point and
+// normal transforms, decomposition, text and XML attributes.
+#define QUV_SOURCE_NAME "utl_EMatrix4"
+
+#include <kelp/util/utl_EMatrix4.h>
+#include <kelp/util/utl_EVersor.h>
+#include <kelp/xml/sax/sax_Attributes.h>
+#include <kelp/xml/xml_XMLWriterItfWrapper.h>
+
+#include <cmath>
+#include <cstring>
+
+#include <vorn/vorn_placeholder.h>
+
+#include "util/utl_GeomText_impl.h"
+
+namespace qor::quv::util {
+
+namespace {
+
+constexpr double kIdentity[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+
+// The twelve 2x2 minors of the upper two rows (s) and the lower two rows
+// (c) from which both the determinant and the adjugate are built.
+struct Minors {
+  double s0, s1, s2, s3, s4, s5, c0, c1, c2, c3, c4, c5;
+  explicit Minors(const double* m) {
+    s0 = m[0] * m[5] - m[4] * m[1];
+    s1 = m[0] * m[6] - m[4] * m[2];
+    s2 = m[0] * m[7] - m[4] * m[3];
+    s3 = m[1] * m[6] - m[5] * m[2];
+    s4 = m[1] * m[7] - m[5] * m[3];
+    s5 = m[2] * m[7] - m[6] * m[3];
+    c5 = m[10] * m[15] - m[14] * m[11];
+    c4 = m[9] * m[15] - m[13] * m[11];
+    c3 = m[9] * m[14] - m[13] * m[10];
+    c2 = m[8] * m[15] - m[12] * m[11];
+    c1 = m[8] * m[14] - m[12] * m[10];
+    c0 = m[8] * m[13] - m[12] * m[9];
+  }
+  double determinant() const { return s0 * c5 - s1 * c4 + s2 * c3 + s3 * c2 - s4 * c1 + s5 * c0; }
+};
+
+double rowLength(const double* row) {
+  return std::hypot(std::hypot(row[0], row[1]), std::hypot(row[2], row[3]));
+}
+
+}  // namespace
+
+EMatrix4::EMatrix4() noexcept {
+  std::memcpy(m_, kIdentity, sizeof m_);
+}
+
+EMatrix4::EMatrix4(const double (&rowMajor)[16]) noexcept {
+  std::memcpy(m_, rowMajor, sizeof m_);
+}
+
+EMatrix4::EMatrix4(double m00, double m01, double m02, double m03, double m10, double m11,
+                   double m12, double m13, double m20, double m21, double m22, double m23,
+                   double m30, double m31, double m32, double m33) noexcept
+    : m_{m00, m01, m02, m03, m10, m11, m12, m13, m20, m21, m22, m23, m30, m31, m32, m33} {}
+
+EMatrix4 EMatrix4::translation(const EVector3& t) {
+  EMatrix4 r;
+  r.m_[3] = t.x;
+  r.m_[7] = t.y;
+  r.m_[11] = t.z;
+  return r;
+}
+
+EMatrix4 EMatrix4::scaling(const EVector3& s) {
+  EMatrix4 r;
+  r.m_[0] = s.x;
+  r.m_[5] = s.y;
+  r.m_[10] = s.z;
+  return r;
+}
+
+EMatrix4 EMatrix4::scaling(double s) {
+  return scaling(EVector3(s, s, s));
+}
+
+EMatrix4 EMatrix4::rotation(const EVersor& q) {
+  return q.toMatrix();
+}
+
+bool EMatrix4::rotation(const EVector3& axis, const EAngle& angle, EMatrix4* out) {
+  EVersor q;
+  if (!EVersor::fromAxisAngle(axis, angle, &q)) return false;
+  if (out) *out = q.toMatrix();
+  return true;
+}
+
+EMatrix4 EMatrix4::fromTRS(const EVector3& t, const EVersor& r, const EVector3& s) {
+  EMatrix4 m = r.toMatrix();
+  for (int i = 0; i < 3; ++i) {
+    m.m_[i * 4 + 0] *= s.x;
+    m.m_[i * 4 + 1] *= s.y;
+    m.m_[i * 4 + 2] *= s.z;
+  }
+  m.m_[3] = t.x;
+  m.m_[7] = t.y;
+  m.m_[11] = t.z;
+  return m;
+}
+
+EMatrix4 EMatrix4::transposed() const {
+  EMatrix4 r;
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 4; ++j) r.m_[j * 4 + i] = m_[i * 4 + j];
+  return r;
+}
+
+double EMatrix4::determinant() const {
+  return Minors(m_).determinant();
+}
+
+bool EMatrix4::inverse(EMatrix4* out) const {
+  if (!isFinite()) return false;
+  const Minors k(m_);
+  const double det = k.determinant();
+  const double bound = rowLength(m_) * rowLength(m_ + 4) * rowLength(m_ + 8) * rowLength(m_ + 12);
+  if (!std::isfinite(det) || !std::isfinite(bound) || !(std::fabs(det) > kSingularTolerance * bound))
+    return false;
+  const double* m = m_;
+  const double f = 1 / det;
+  const EMatrix4 r(
+      (m[5] * k.c5 - m[6] * k.c4 + m[7] * k.c3) * f, (-m[1] * k.c5 + m[2] * k.c4 - m[3] * k.c3) * f,
+      (m[13] * k.s5 - m[14] * k.s4 + m[15] * k.s3) * f,
+      (-m[9] * k.s5 + m[10] * k.s4 - m[11] * k.s3) * f,
+      (-m[4] * k.c5 + m[6] * k.c2 - m[7] * k.c1) * f, (m[0] * k.c5 - m[2] * k.c2 + m[3] * k.c1) * f,
+      (-m[12] * k.s5 + m[14] * k.s2 - m[15] * k.s1) * f,
+      (m[8] * k.s5 - m[10] * k.s2 + m[11] * k.s1) * f,
+      (m[4] * k.c4 - m[5] * k.c2 + m[7] * k.c0) * f, (-m[0] * k.c4 + m[1] * k.c2 - m[3] * k.c0) * f,
+      (m[12] * k.s4 - m[13] * k.s2 + m[15] * k.s0) * f,
+      (-m[8] * k.s4 + m[9] * k.s2 - m[11] * k.s0) * f,
+      (-m[4] * k.c3 + m[5] * k.c1 - m[6] * k.c0) * f, (m[0] * k.c3 - m[1] * k.c1 + m[2] * k.c0) * f,
+      (-m[12] * k.s3 + m[13] * k.s1 - m[14] * k.s0) * f,
+      (m[8] * k.s3 - m[9] * k.s1 + m[10] * k.s0) * f);
+  if (!r.isFinite()) return false;
+  if (out) *out = r;
+  return true;
+}
+
+EVector3 EMatrix4::transformPoint(const EVector3& p) const {
+  const double* m = m_;
+  return {m[0] * p.x + m[1] * p.y + m[2] * p.z + m[3],
+          m[4] * p.x + m[5] * p.y + m[6] * p.z + m[7],
+          m[8] * p.x + m[9] * p.y + m[10] * p.z + m[11]};
+}
+
+bool EMatrix4::transformPointProjective(const EVector3& p, EVector3* out) const {
+  const double w = m_[12] * p.x + m_[13] * p.y + m_[14] * p.z + m_[15];
+  if (w == 0 || !std::isfinite(w)) return false;
+  if (out) *out = transformPoint(p) / w;
+  return true;
+}
+
+EVector3 EMatrix4::transformVector(const EVector3& v) const {
+  const double* m = m_;
+  return {m[0] * v.x + m[1] * v.y + m[2] * v.z, m[4] * v.x + m[5] * v.y + m[6] * v.z,
+          m[8] * v.x + m[9] * v.y + m[10] * v.z};
+}
+
+EVector3 EMatrix4::transformNormal(const EVector3& n) const {
+  // The cofactor matrix of A is det(A) times the inverse transpose; its
+  // columns are the cross products of A's columns. It needs no division,
+  // and the sign of det restores the direction a mirror would flip.
+  const EVector3 a0(m_[0], m_[4], m_[8]), a1(m_[1], m_[5], m_[9]), a2(m_[2], m_[6], m_[10]);
+  const EVector3 k0 = a1.cross(a2), k1 = a2.cross(a0), k2 = a0.cross(a1);
+  EVector3 r = k0 * n.x + k1 * n.y + k2 * n.z;
+  if (a0.dot(k0) < 0) r = -r;
+  EVector3 u;
+  return r.normalized(&u) ? u : EVector3();
+}
+
+bool EMatrix4::isAffine() const {
+  return m_[12] == 0 && m_[13] == 0 && m_[14] == 0 && m_[15] == 1;
+}
+
+bool EMatrix4::isIdentity() const {
+  for (int i = 0; i < 16; ++i)
+    if (m_[i] != kIdentity[i]) return false;
+  return true;
+}
+
+bool EMatrix4::isFinite() const {
+  for (double v : m_)
+    if (!std::isfinite(v)) return false;
+  return true;
+}
+
+bool EMatrix4::equals(const EMatrix4& o, double tolerance) const {
+  for (int i = 0; i < 16; ++i)
+    if (!(std::fabs(m_[i] - o.m_[i]) <= tolerance)) return false;
+  return true;
+}
+
+bool EMatrix4::decompose(EVector3* t, EVersor* r, EVector3* s) const {
+  if (!isAffine() || !isFinite()) return false;
+  const EVector3 c0(m_[0], m_[4], m_[8]), c1(m_[1], m_[5], m_[9]), c2(m_[2], m_[6], m_[10]);
+  const double s0 = c0.length(), s1 = c1.length(), s2 = c2.length();
+  if (!(s0 > 0 && s1 > 0 && s2 > 0)) return false;
+  constexpr double shear = 1e-9;
+  if (std::fabs(c0.dot(c1)) > shear * s0 * s1 || std::fabs(c1.dot(c2)) > shear * s1 * s2 ||
+      std::fabs(c2.dot(c0)) > shear * s2 * s0)
+    return false;
+  if (!(c0.cross(c1).dot(c2) > 0)) return false;
+  const EMatrix4 rot(c0.x / s0, c1.x / s1, c2.x / s2, 0, c0.y / s0, c1.y / s1, c2.y / s2, 0,
+                     c0.z / s0, c1.z / s1, c2.z / s2, 0, 0, 0, 0, 1);
+  EVersor q;
+  if (!EVersor::fromMatrix(rot, &q)) return false;
+  if (t) *t = EVector3(m_[3], m_[7], m_[11]);
+  if (r) *r = q;
+  if (s) *s = EVector3(s0, s1, s2);
+  return true;
+}
+
+std::string EMatrix4::formatString() const {
+  return detail::formatNumbers(m_, 16);
+}
+
+bool EMatrix4::parseString(const char* s, const char** end, std::string* error) {
+  double v[16];
+  if (!detail::parseNumbers(s, 16, v, end, error)) return false;
+  std::memcpy(m_, v, sizeof m_);
+  return true;
+}
+
+bool EMatrix4::decodeAttributes(const xml::sax::Attributes& attrs, std::string* error,
+                                const char* name) {
+  const char* text = attrs.getValue("", name ? name : "");
+  if (!text || !*text) {
+    detail::setGeomError(error, std::string("attribute '%1' is missing or empty") << name);
+    return false;
+  }
+  std::string why;
+  EMatrix4 m;
+  if (!m.parseString(text, nullptr, &why)) {
+    detail::setGeomError(error, std::string("attribute '%1' has invalid value '%2': %3")
+                                    << name << text << why);
+    return false;
+  }
+  *this = m;
+  return true;
+}
+
+bool EMatrix4::decodeAttributes(const xml::sax::Attributes& attrs, const EMatrix4& fallback,
+                                std::string* error, const char* name) {
+  const char* text = attrs.getValue("", name ? name : "");
+  if (!text || !*text) {
+    *this = fallback;
+    return true;
+  }
+  return decodeAttributes(attrs, error, name);
+}
+
+bool EMatrix4::encodeAttributes(xml::XMLWriterItfWrapper* writer, const char* name) const {
+  if (!writer || !name) return false;
+  return writer->attribute(name, formatString());
+}
+
+EMatrix4 operator*(const EMatrix4& a, const EMatrix4& b) {
+  // Row i of the product is the rows of b weighted by row i of a: four
+  // contiguous rows, which the compiler keeps in vector registers.
+  const double* x = a.data();
+  const double* y = b.data();
+  double r[16];
+  for (int i = 0; i < 4; ++i) {
+    const double a0 = x[i * 4], a1 = x[i * 4 + 1], a2 = x[i * 4 + 2], a3 = x[i * 4 + 3];
+    for (int j = 0; j < 4; ++j)
+      r[i * 4 + j] = a0 * y[j] + a1 * y[4 + j] + a2 * y[8 + j] + a3 * y[12 + j];
+  }
+  return EMatrix4(r);
+}
+
+bool operator==(const EMatrix4& a, const EMatrix4& b) {
+  for (int i = 0; i < 16; ++i)
+    if (a.data()[i] != b.data()[i]) return false;
+  return true;
+}
+
+bool operator!=(const EMatrix4& a, const EMatrix4& b) {
+  return !(a == b);
+}
+
+}  // namespace qor::quv::util
