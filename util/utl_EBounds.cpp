@@ -81,9 +81,8 @@ bool EBounds::contains(const EBounds& b) const {
 bool EBounds::overlaps(const EBounds& b, bool touchingCounts) const {
   if (empty_ || b.empty_) return false;
   for (int i = 0; i < 3; ++i) {
-    const bool meet = touchingCounts ? (min_[i] <= b.max_[i] && b.min_[i] <= max_[i])
-                                     : (min_[i] < b.max_[i] && b.min_[i] < max_[i]);
-    if (!meet) return false;
+    const double lo = std::max(min_[i], b.min_[i]), hi = std::min(max_[i], b.max_[i]);
+    if (touchingCounts ? !(lo <= hi) : !(lo < hi)) return false;
   }
   return true;
 }

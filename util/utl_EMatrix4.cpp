@@ -9,6 +9,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 #include <vorn/vorn_placeholder.h>
 
@@ -40,10 +41,6 @@ struct Minors {
   }
   double determinant() const { return s0 * c5 - s1 * c4 + s2 * c3 + s3 * c2 - s4 * c1 + s5 * c0; }
 };
-
-double rowLength(const double* row) {
-  return std::hypot(std::hypot(row[0], row[1]), std::hypot(row[2], row[3]));
-}
 
 }  // namespace
 
@@ -116,13 +113,42 @@ double EMatrix4::determinant() const {
 }
 
 bool EMatrix4::inverse(EMatrix4* out) const {
-  if (!isFinite()) return false;
-  const Minors k(m_);
+  // The test for singularity does not change when a row is scaled, but the
+  // determinant of rows of tiny or huge numbers underflows or overflows.
+  // Such rows are scaled by powers of two (exactly) to a largest element in
+  // [1, 2); as inverse(D * M) = inverse(M) * inverse(D) for the diagonal
+  // D, the columns of the result are scaled back. Rows of ordinary size, the
+  // common case, skip all that.
+  constexpr double kLow = 0x1p-100, kHigh = 0x1p100;
+  double m[16];
+  double colScale[4] = {1, 1, 1, 1};
+  bool scaled = false;
+  for (int r = 0; r < 4; ++r) {
+    double top = 0;
+    bool finite = true;
+    for (int c = 0; c < 4; ++c) {
+      const double a = std::fabs(m_[r * 4 + c]);
+      finite &= a <= std::numeric_limits<double>::max();  // false for NaN too
+      top = a > top ? a : top;
+    }
+    if (!finite || top == 0) return false;
+    if (top < kLow || top >= kHigh) {
+      const int e = std::ilogb(top);
+      for (int c = 0; c < 4; ++c) m[r * 4 + c] = std::ldexp(m_[r * 4 + c], -e);
+      colScale[r] = std::ldexp(1.0, -e);  // infinite only where the inverse is too
+      scaled = true;
+    } else {
+      for (int c = 0; c < 4; ++c) m[r * 4 + c] = m_[r * 4 + c];
+    }
+  }
+  const Minors k(m);
   const double det = k.determinant();
-  const double bound = rowLength(m_) * rowLength(m_ + 4) * rowLength(m_ + 8) * rowLength(m_ + 12);
-  if (!std::isfinite(det) || !std::isfinite(bound) || !(std::fabs(det) > kSingularTolerance * bound))
-    return false;
-  const double* m = m_;
+  // Hadamard's bound of |det|: the product of the row lengths.
+  auto sq = [&](int r) {
+    return m[r] * m[r] + m[r + 1] * m[r + 1] + m[r + 2] * m[r + 2] + m[r + 3] * m[r + 3];
+  };
+  const double bound = std::sqrt(sq(0) * sq(4) * sq(8) * sq(12));
+  if (!(std::fabs(det) > kSingularTolerance * bound)) return false;
   const double f = 1 / det;
   const EMatrix4 r(
       (m[5] * k.c5 - m[6] * k.c4 + m[7] * k.c3) * f, (-m[1] * k.c5 + m[2] * k.c4 - m[3] * k.c3) * f,
@@ -137,7 +163,15 @@ bool EMatrix4::inverse(EMatrix4* out) const {
       (-m[4] * k.c3 + m[5] * k.c1 - m[6] * k.c0) * f, (m[0] * k.c3 - m[1] * k.c1 + m[2] * k.c0) * f,
       (-m[12] * k.s3 + m[13] * k.s1 - m[14] * k.s0) * f,
       (m[8] * k.s3 - m[9] * k.s1 + m[10] * k.s0) * f);
-  if (!r.isFinite()) return false;
+  if (scaled) {
+    EMatrix4 back = r;
+    for (int i = 0; i < 4; ++i)
+      for (int j = 0; j < 4; ++j) back.m_[i * 4 + j] *= colScale[j];
+    // The inverse of a matrix of tiny elements can exceed the range.
+    if (!back.isFinite()) return false;
+    if (out) *out = back;
+    return true;
+  }
   if (out) *out = r;
   return true;
 }

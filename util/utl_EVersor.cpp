@@ -22,15 +22,39 @@ const char* const kNames[4] = {"w", "x", "y", "z"};
 constexpr double kUnitTolerance = 1e-6;
 constexpr double kPi = 3.14159265358979323846;
 
-bool angleInRadians(const EAngle& a, double* rad) {
+// Cosine and sine of half the angle. Angles in degrees are reduced in
+// degrees first, and multiples of 90 degrees come out exact, so that a
+// quarter or half turn about the vertical gives the versor that is written
+// in a file, and a full turn gives the identity.
+bool halfAngle(const EAngle& a, double* c, double* s) {
   if (!a.isValid()) return false;
-  *rad = a.convert(types::AU_RAD);
-  return std::isfinite(*rad);
+  if (a.getUnit() == types::AU_DEG) {
+    const double h = std::fmod(a.getValue(), 720.0) / 2;  // exact
+    if (std::fmod(h, 45.0) == 0) {
+      constexpr double r = 0.70710678118654752440;  // sqrt(1/2)
+      static constexpr double kCos[8] = {1, r, 0, -r, -1, -r, 0, r};
+      const int k = (static_cast<int>(h / 45) + 8) % 8;
+      *c = kCos[k];
+      *s = kCos[(k + 6) % 8];  // sin(x) = cos(x - 90)
+      return true;
+    }
+    const double rad = h * (kPi / 180);
+    *c = std::cos(rad);
+    *s = std::sin(rad);
+    return true;
+  }
+  const double rad = a.convert(types::AU_RAD);
+  if (!std::isfinite(rad)) return false;
+  *c = std::cos(rad / 2);
+  *s = std::sin(rad / 2);
+  return true;
 }
 
-EVersor aboutAxis(double ax, double ay, double az, double rad) {
-  const double s = std::sin(rad / 2);
-  return EVersor(std::cos(rad / 2), ax * s, ay * s, az * s);
+bool aboutAxis(double ax, double ay, double az, const EAngle& a, EVersor* q) {
+  double c, s;
+  if (!halfAngle(a, &c, &s)) return false;
+  *q = EVersor(c, ax * s, ay * s, az * s);
+  return true;
 }
 
 bool isUnitLength(double w, double x, double y, double z) {
@@ -47,18 +71,19 @@ std::string lengthText(const double* v) {
 
 bool EVersor::fromAxisAngle(const EVector3& axis, const EAngle& angle, EVersor* out) {
   EVector3 u;
-  double rad;
-  if (!axis.normalized(&u) || !angleInRadians(angle, &rad)) return false;
-  if (out) *out = aboutAxis(u.x, u.y, u.z, rad).canonical();
+  EVersor q;
+  if (!axis.normalized(&u) || !aboutAxis(u.x, u.y, u.z, angle, &q)) return false;
+  if (out) *out = q.canonical();
   return true;
 }
 
 bool EVersor::fromEulerZYX(const EAngle& yaw, const EAngle& pitch, const EAngle& roll,
                            EVersor* out) {
-  double z, y, x;
-  if (!angleInRadians(yaw, &z) || !angleInRadians(pitch, &y) || !angleInRadians(roll, &x))
+  EVersor z, y, x;
+  if (!aboutAxis(0, 0, 1, yaw, &z) || !aboutAxis(0, 1, 0, pitch, &y) ||
+      !aboutAxis(1, 0, 0, roll, &x))
     return false;
-  if (out) *out = aboutAxis(0, 0, 1, z) * aboutAxis(0, 1, 0, y) * aboutAxis(1, 0, 0, x);
+  if (out) *out = z * y * x;
   return true;
 }
 

@@ -38,7 +38,8 @@ class KELP_API EMatrix4 {
   /* Relative size of the determinant below which inverse() treats a matrix
    * as singular: |det| <= kSingularTolerance * |row 0| * |row 1| * |row 2| *
    * |row 3| (Euclidean row lengths; by Hadamard's inequality the ratio is at
-   * most 1, and it does not change when the matrix is scaled). */
+   * most 1, it is 1 for orthogonal rows, and it does not change when a row
+   * or the whole matrix is scaled, so tiny and huge matrices invert alike). */
   static constexpr double kSingularTolerance = 1e-12;
 
   /* The identity. */
@@ -73,7 +74,8 @@ class KELP_API EMatrix4 {
   EMatrix4 transposed() const;
   double determinant() const;
   /* The inverse into *out; false (and *out unchanged) when the matrix is
-   * singular by kSingularTolerance or has a NaN or infinite element. */
+   * singular by kSingularTolerance, has a NaN or infinite element, or its
+   * inverse would not be finite. */
   bool inverse(EMatrix4* out) const;
 
   /* The upper three rows applied to (p, 1): the last row is taken to be

@@ -55,7 +55,9 @@ class KELP_API EVersor {
 
   static EVersor identity() { return EVersor(); }
   /* Rotation by `angle` about `axis` (any length but zero) into *out; false
-   * for a zero or non-finite axis and for an invalid angle. */
+   * for a zero or non-finite axis and for an invalid angle. Angles in
+   * degrees that are multiples of 90 give exact versors: a half turn about
+   * z is exactly (0, 0, 0, 1), a full turn the identity. */
   static bool fromAxisAngle(const EVector3& axis, const EAngle& angle, EVersor* out);
   /* Rz(yaw) * Ry(pitch) * Rx(roll) into *out; false for an invalid angle. */
   static bool fromEulerZYX(const EAngle& yaw, const EAngle& pitch, const EAngle& roll,
