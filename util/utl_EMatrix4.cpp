@@ -42,6 +42,63 @@ struct Minors {
   double determinant() const { return s0 * c5 - s1 * c4 + s2 * c3 + s3 * c2 - s4 * c1 + s5 * c0; }
 };
 
+// Two lanes of doubles: GCC and Clang lower these to SSE2 on x86-64 and
+// to scalar code where there is no vector unit.
+using V2 = double __attribute__((vector_size(16)));
+
+// The adjugate of m divided by its determinant, two elements of a row at a
+// time: row i of the inverse pairs (b[i][0], b[i][1]) and (b[i][2],
+// b[i][3]), each a sum of three products of a column pair of rows 0 and 1
+// (or 2 and 3) with a minor of the other two rows. False, and *out
+// untouched, when the determinant is too small for the rows' lengths
+// (Hadamard's bound: |det| <= product of the row lengths). colScale undoes
+// a scaling of the rows when `scaled`.
+bool invertScaled(const double* m, const double* colScale, bool scaled, double* out) {
+  const Minors k(m);
+  const double det = k.determinant();
+  auto sq = [&](int r) {
+    return m[r] * m[r] + m[r + 1] * m[r + 1] + m[r + 2] * m[r + 2] + m[r + 3] * m[r + 3];
+  };
+  // Squared on both sides, which saves the square root: the rows are of
+  // ordinary size here, so neither side overflows.
+  const double tol = EMatrix4::kSingularTolerance;
+  if (!(det * det > tol * tol * (sq(0) * sq(4) * sq(8) * sq(12)))) return false;
+  // A_j = (m[1][j], -m[0][j]) and B_j = (m[3][j], -m[2][j]).
+  V2 a[4], b[4];
+  for (int j = 0; j < 4; ++j) {
+    a[j] = V2{m[4 + j], -m[j]};
+    b[j] = V2{m[12 + j], -m[8 + j]};
+  }
+  const double f = 1 / det;
+  V2 r[8];
+  r[0] = a[1] * k.c5 - a[2] * k.c4 + a[3] * k.c3;
+  r[1] = b[1] * k.s5 - b[2] * k.s4 + b[3] * k.s3;
+  r[2] = a[2] * k.c2 - a[0] * k.c5 - a[3] * k.c1;
+  r[3] = b[2] * k.s2 - b[0] * k.s5 - b[3] * k.s1;
+  r[4] = a[0] * k.c4 - a[1] * k.c2 + a[3] * k.c0;
+  r[5] = b[0] * k.s4 - b[1] * k.s2 + b[3] * k.s0;
+  r[6] = a[1] * k.c1 - a[0] * k.c3 - a[2] * k.c0;
+  r[7] = b[1] * k.s1 - b[0] * k.s3 - b[2] * k.s0;
+  if (!scaled) {
+    for (int i = 0; i < 8; ++i) {
+      const V2 v = r[i] * f;
+      out[2 * i] = v[0];
+      out[2 * i + 1] = v[1];
+    }
+    return true;
+  }
+  double t[16];
+  for (int i = 0; i < 8; ++i) {
+    const int c = (2 * i) % 4;
+    t[2 * i] = r[i][0] * f * colScale[c];
+    t[2 * i + 1] = r[i][1] * f * colScale[c + 1];
+    // The inverse of rows of tiny numbers can exceed the range.
+    if (!std::isfinite(t[2 * i]) || !std::isfinite(t[2 * i + 1])) return false;
+  }
+  std::memcpy(out, t, sizeof t);
+  return true;
+}
+
 }  // namespace
 
 EMatrix4::EMatrix4() noexcept {
@@ -120,7 +177,7 @@ bool EMatrix4::inverse(EMatrix4* out) const {
   // D, the columns of the result are scaled back. Rows of ordinary size, the
   // common case, skip all that.
   constexpr double kLow = 0x1p-100, kHigh = 0x1p100;
-  double m[16];
+  double m[16], scratch[16];
   double colScale[4] = {1, 1, 1, 1};
   bool scaled = false;
   for (int r = 0; r < 4; ++r) {
@@ -141,46 +198,7 @@ bool EMatrix4::inverse(EMatrix4* out) const {
       for (int c = 0; c < 4; ++c) m[r * 4 + c] = m_[r * 4 + c];
     }
   }
-  const Minors k(m);
-  const double det = k.determinant();
-  // Hadamard's bound of |det|: the product of the row lengths.
-  auto sq = [&](int r) {
-    return m[r] * m[r] + m[r + 1] * m[r + 1] + m[r + 2] * m[r + 2] + m[r + 3] * m[r + 3];
-  };
-  const double bound = std::sqrt(sq(0) * sq(4) * sq(8) * sq(12));
-  if (!(std::fabs(det) > kSingularTolerance * bound)) return false;
-  const double f = 1 / det;
-  const EMatrix4 r(
-      (m[5] * k.c5 - m[6] * k.c4 + m[7] * k.c3) * f, (-m[1] * k.c5 + m[2] * k.c4 - m[3] * k.c3) * f,
-      (m[13] * k.s5 - m[14] * k.s4 + m[15] * k.s3) * f,
-      (-m[9] * k.s5 + m[10] * k.s4 - m[11] * k.s3) * f,
-      (-m[4] * k.c5 + m[6] * k.c2 - m[7] * k.c1) * f, (m[0] * k.c5 - m[2] * k.c2 + m[3] * k.c1) * f,
-      (-m[12] * k.s5 + m[14] * k.s2 - m[15] * k.s1) * f,
-      (m[8] * k.s5 - m[10] * k.s2 + m[11] * k.s1) * f,
-      (m[4] * k.c4 - m[5] * k.c2 + m[7] * k.c0) * f, (-m[0] * k.c4 + m[1] * k.c2 - m[3] * k.c0) * f,
-      (m[12] * k.s4 - m[13] * k.s2 + m[15] * k.s0) * f,
-      (-m[8] * k.s4 + m[9] * k.s2 - m[11] * k.s0) * f,
-      (-m[4] * k.c3 + m[5] * k.c1 - m[6] * k.c0) * f, (m[0] * k.c3 - m[1] * k.c1 + m[2] * k.c0) * f,
-      (-m[12] * k.s3 + m[13] * k.s1 - m[14] * k.s0) * f,
-      (m[8] * k.s3 - m[9] * k.s1 + m[10] * k.s0) * f);
-  if (scaled) {
-    EMatrix4 back = r;
-    for (int i = 0; i < 4; ++i)
-      for (int j = 0; j < 4; ++j) back.m_[i * 4 + j] *= colScale[j];
-    // The inverse of a matrix of tiny elements can exceed the range.
-    if (!back.isFinite()) return false;
-    if (out) *out = back;
-    return true;
-  }
-  if (out) *out = r;
-  return true;
-}
-
-EVector3 EMatrix4::transformPoint(const EVector3& p) const {
-  const double* m = m_;
-  return {m[0] * p.x + m[1] * p.y + m[2] * p.z + m[3],
-          m[4] * p.x + m[5] * p.y + m[6] * p.z + m[7],
-          m[8] * p.x + m[9] * p.y + m[10] * p.z + m[11]};
+  return invertScaled(m, colScale, scaled, out ? out->m_ : scratch);
 }
 
 bool EMatrix4::transformPointProjective(const EVector3& p, EVector3* out) const {
@@ -188,12 +206,6 @@ bool EMatrix4::transformPointProjective(const EVector3& p, EVector3* out) const 
   if (w == 0 || !std::isfinite(w)) return false;
   if (out) *out = transformPoint(p) / w;
   return true;
-}
-
-EVector3 EMatrix4::transformVector(const EVector3& v) const {
-  const double* m = m_;
-  return {m[0] * v.x + m[1] * v.y + m[2] * v.z, m[4] * v.x + m[5] * v.y + m[6] * v.z,
-          m[8] * v.x + m[9] * v.y + m[10] * v.z};
 }
 
 EVector3 EMatrix4::transformNormal(const EVector3& n) const {

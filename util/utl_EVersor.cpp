@@ -151,12 +151,16 @@ void EVersor::toAxisAngle(EVector3* axis, EAngle* angle) const {
 }
 
 EMatrix4 EVersor::toMatrix() const {
+  // 2 / |q|^2 rather than 2: the rounding of a stored versor cancels, so
+  // that a quarter turn, sqrt(1/2) twice, gives exact zeros and ones.
+  const double n = w * w + x * x + y * y + z * z;
+  const double k = n > 0 ? 2 / n : 2;
   const double xx = x * x, yy = y * y, zz = z * z;
   const double xy = x * y, xz = x * z, yz = y * z;
   const double wx = w * x, wy = w * y, wz = w * z;
-  return EMatrix4(1 - 2 * (yy + zz), 2 * (xy - wz), 2 * (xz + wy), 0,  //
-                  2 * (xy + wz), 1 - 2 * (xx + zz), 2 * (yz - wx), 0,  //
-                  2 * (xz - wy), 2 * (yz + wx), 1 - 2 * (xx + yy), 0,  //
+  return EMatrix4(1 - k * (yy + zz), k * (xy - wz), k * (xz + wy), 0,  //
+                  k * (xy + wz), 1 - k * (xx + zz), k * (yz - wx), 0,  //
+                  k * (xz - wy), k * (yz + wx), 1 - k * (xx + yy), 0,  //
                   0, 0, 0, 1);
 }
 

@@ -77,9 +77,11 @@ TEST(EBounds, RotatedBoxSwapsExtents) {
   const EBounds cabinet(EVector3(0, 0, 0), EVector3(600, 400, 720));
   EMatrix4 quarter;
   ASSERT_TRUE(EMatrix4::rotation(EVector3(0, 0, 1), EAngle(90, AU_DEG), &quarter));
+  // Quarter turns are exact: x' = -y, y' = x.
   const EBounds turned = cabinet.transformed(quarter);
-  EXPECT_TRUE(turned.size().equals(EVector3(400, 600, 720), 1e-9));
-  EXPECT_TRUE(turned.getMin().equals(EVector3(-400, 0, 0), 1e-9));
+  EXPECT_EQ(turned, EBounds(EVector3(-400, 0, 0), EVector3(0, 600, 720)));
+  EXPECT_EQ(cabinet.transformed(quarter * quarter),
+            EBounds(EVector3(-600, -400, 0), EVector3(0, 0, 720)));
   // 45 degrees: the footprint's diagonal projections.
   EMatrix4 eighth;
   ASSERT_TRUE(EMatrix4::rotation(EVector3(0, 0, 1), EAngle(45, AU_DEG), &eighth));

@@ -79,13 +79,20 @@ class KELP_API EMatrix4 {
   bool inverse(EMatrix4* out) const;
 
   /* The upper three rows applied to (p, 1): the last row is taken to be
-   * 0 0 0 1, as for every affine matrix. */
-  EVector3 transformPoint(const EVector3& p) const;
+   * 0 0 0 1, as for every affine matrix. Inline: it runs once per point. */
+  EVector3 transformPoint(const EVector3& p) const {
+    return {m_[0] * p.x + m_[1] * p.y + m_[2] * p.z + m_[3],
+            m_[4] * p.x + m_[5] * p.y + m_[6] * p.z + m_[7],
+            m_[8] * p.x + m_[9] * p.y + m_[10] * p.z + m_[11]};
+  }
   /* M * (p, 1) divided by its fourth component, for projective matrices;
    * false when that component is zero. */
   bool transformPointProjective(const EVector3& p, EVector3* out) const;
   /* The upper-left 3x3 applied to v (no translation). */
-  EVector3 transformVector(const EVector3& v) const;
+  EVector3 transformVector(const EVector3& v) const {
+    return {m_[0] * v.x + m_[1] * v.y + m_[2] * v.z, m_[4] * v.x + m_[5] * v.y + m_[6] * v.z,
+            m_[8] * v.x + m_[9] * v.y + m_[10] * v.z};
+  }
   /* The normal n of a surface mapped along with it (by the inverse
    * transpose of the upper-left 3x3), scaled to length 1; the zero vector
    * when the matrix flattens the surface or n is zero. */

@@ -74,7 +74,9 @@ class KELP_API EVersor {
   /* Rotation angle in radians within [0, pi] and the unit axis (x for the
    * identity). Outputs may be null. */
   void toAxisAngle(EVector3* axis, EAngle* angle) const;
-  /* The rotation matrix (last row and column those of the identity). */
+  /* The rotation matrix (last row and column those of the identity), of
+   * the quaternion scaled to length 1; quarter turns give exact zeros and
+   * ones. */
   EMatrix4 toMatrix() const;
 
   /* The conjugate: the reverse rotation of a unit quaternion. */
