@@ -52,8 +52,9 @@ using V2 = double __attribute__((vector_size(16)));
 // (or 2 and 3) with a minor of the other two rows. False, and *out
 // untouched, when the determinant is too small for the rows' lengths
 // (Hadamard's bound: |det| <= product of the row lengths). colScale undoes
-// a scaling of the rows when `scaled`.
-bool invertScaled(const double* m, const double* colScale, bool scaled, double* out) {
+// a scaling of the rows when kScaled.
+template <bool kScaled>
+bool invertScaled(const double* m, const double* colScale, double* out) {
   const Minors k(m);
   const double det = k.determinant();
   auto sq = [&](int r) {
@@ -79,24 +80,51 @@ bool invertScaled(const double* m, const double* colScale, bool scaled, double* 
   r[5] = b[0] * k.s4 - b[1] * k.s2 + b[3] * k.s0;
   r[6] = a[1] * k.c1 - a[0] * k.c3 - a[2] * k.c0;
   r[7] = b[1] * k.s1 - b[0] * k.s3 - b[2] * k.s0;
-  if (!scaled) {
+  if constexpr (!kScaled) {
     for (int i = 0; i < 8; ++i) {
       const V2 v = r[i] * f;
-      out[2 * i] = v[0];
-      out[2 * i + 1] = v[1];
+      std::memcpy(out + 2 * i, &v, sizeof v);
     }
     return true;
+  } else {
+    double t[16];
+    for (int i = 0; i < 8; ++i) {
+      const int c = (2 * i) % 4;
+      t[2 * i] = r[i][0] * f * colScale[c];
+      t[2 * i + 1] = r[i][1] * f * colScale[c + 1];
+      // The inverse of rows of tiny numbers can exceed the range.
+      if (!std::isfinite(t[2 * i]) || !std::isfinite(t[2 * i + 1])) return false;
+    }
+    std::memcpy(out, t, sizeof t);
+    return true;
   }
-  double t[16];
-  for (int i = 0; i < 8; ++i) {
-    const int c = (2 * i) % 4;
-    t[2 * i] = r[i][0] * f * colScale[c];
-    t[2 * i + 1] = r[i][1] * f * colScale[c + 1];
-    // The inverse of rows of tiny numbers can exceed the range.
-    if (!std::isfinite(t[2 * i]) || !std::isfinite(t[2 * i + 1])) return false;
+}
+
+V2 load(const double* p) {
+  V2 v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
+}
+
+// Rows with a largest element below 2^-100 or not below 2^100 (or NaN or
+// infinite ones): the rare case, kept out of the common path.
+[[gnu::noinline, gnu::cold]] bool invertOddRows(const double* src, double* out) {
+  double m[16];
+  double colScale[4];
+  for (int r = 0; r < 4; ++r) {
+    double top = 0;
+    bool finite = true;
+    for (int c = 0; c < 4; ++c) {
+      const double a = std::fabs(src[r * 4 + c]);
+      finite &= a <= std::numeric_limits<double>::max();  // false for NaN too
+      top = a > top ? a : top;
+    }
+    if (!finite || top == 0) return false;
+    const int e = std::ilogb(top);
+    for (int c = 0; c < 4; ++c) m[r * 4 + c] = std::ldexp(src[r * 4 + c], -e);
+    colScale[r] = std::ldexp(1.0, -e);  // infinite only where the inverse is too
   }
-  std::memcpy(out, t, sizeof t);
-  return true;
+  return invertScaled<true>(m, colScale, out);
 }
 
 }  // namespace
@@ -175,30 +203,24 @@ bool EMatrix4::inverse(EMatrix4* out) const {
   // Such rows are scaled by powers of two (exactly) to a largest element in
   // [1, 2); as inverse(D * M) = inverse(M) * inverse(D) for the diagonal
   // D, the columns of the result are scaled back. Rows of ordinary size, the
-  // common case, skip all that.
-  constexpr double kLow = 0x1p-100, kHigh = 0x1p100;
-  double m[16], scratch[16];
-  double colScale[4] = {1, 1, 1, 1};
-  bool scaled = false;
+  // common case, skip all that: every element below 2^100 in magnitude (not
+  // NaN), and one of each row at least 2^-100.
+  using I2 = long long __attribute__((vector_size(16)));
+  const V2 low = {0x1p-100, 0x1p-100}, high = {0x1p100, 0x1p100};
+  const V2 sign = {-0.0, -0.0};
+  I2 small = {0, 0};
+  I2 fine = {-1, -1};
   for (int r = 0; r < 4; ++r) {
-    double top = 0;
-    bool finite = true;
-    for (int c = 0; c < 4; ++c) {
-      const double a = std::fabs(m_[r * 4 + c]);
-      finite &= a <= std::numeric_limits<double>::max();  // false for NaN too
-      top = a > top ? a : top;
-    }
-    if (!finite || top == 0) return false;
-    if (top < kLow || top >= kHigh) {
-      const int e = std::ilogb(top);
-      for (int c = 0; c < 4; ++c) m[r * 4 + c] = std::ldexp(m_[r * 4 + c], -e);
-      colScale[r] = std::ldexp(1.0, -e);  // infinite only where the inverse is too
-      scaled = true;
-    } else {
-      for (int c = 0; c < 4; ++c) m[r * 4 + c] = m_[r * 4 + c];
-    }
+    const V2 a = (V2)((I2)load(m_ + r * 4) & ~(I2)sign);
+    const V2 b = (V2)((I2)load(m_ + r * 4 + 2) & ~(I2)sign);
+    fine &= (a < high) & (b < high);
+    const I2 big = (a >= low) | (b >= low);
+    small |= ~(big | I2{big[1], big[0]});
   }
-  return invertScaled(m, colScale, scaled, out ? out->m_ : scratch);
+  double scratch[16];
+  double* dst = out ? out->m_ : scratch;
+  if (!(fine[0] & fine[1]) || (small[0] | small[1])) return invertOddRows(m_, dst);
+  return invertScaled<false>(m_, nullptr, dst);
 }
 
 bool EMatrix4::transformPointProjective(const EVector3& p, EVector3* out) const {

@@ -110,16 +110,16 @@ bool parseNumbers(const char* s, int n, double* out, const char** end, std::stri
   return false;
 }
 
-bool decodeNumberAttributes(const char* const* names, const char* const* texts, int n,
-                            double* out, std::string* error) {
+bool decodeNumberAttributes(const char* const* names, const char* const* texts, int n, double* out,
+                            std::string* error) {
   for (int i = 0; i < n; ++i) {
     if (!texts[i] || !*texts[i]) {
       setGeomError(error, std::string("attribute '%1' is missing or empty") << names[i]);
       return false;
     }
     if (!parseNumbers(texts[i], 1, &out[i], nullptr, nullptr)) {
-      setGeomError(error, std::string("attribute '%1' has invalid value '%2'") << names[i]
-                                                                               << texts[i]);
+      setGeomError(error, std::string("attribute '%1' has invalid value '%2'")
+                              << names[i] << texts[i]);
       return false;
     }
   }

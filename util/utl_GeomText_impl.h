@@ -31,8 +31,8 @@ bool parseNumbers(const char* s, int n, double* out, const char** end, std::stri
 
 // Reads the texts of n attributes, one finite number each; names[i] is
 // named in the messages. Missing means null or empty.
-bool decodeNumberAttributes(const char* const* names, const char* const* texts, int n,
-                            double* out, std::string* error);
+bool decodeNumberAttributes(const char* const* names, const char* const* texts, int n, double* out,
+                            std::string* error);
 // Looks up prefix + names[i] among attrs into texts[i] (null when absent)
 // and fills full[i] with the attribute names. Answers whether any is present
 // and not empty.

@@ -37,8 +37,8 @@ TEST(EBounds, EmptyIsDistinct) {
   // NaN and infinity do not sneak in.
   point.extend(EVector3(std::nan(""), 0, 0));
   EXPECT_EQ(point, EBounds(EVector3(1, 2, 3), EVector3(1, 2, 3)));
-  EXPECT_TRUE(EBounds(EVector3(), EVector3(std::numeric_limits<double>::infinity(), 0, 0))
-                  .isEmpty());
+  EXPECT_TRUE(
+      EBounds(EVector3(), EVector3(std::numeric_limits<double>::infinity(), 0, 0)).isEmpty());
 }
 
 TEST(EBounds, SetOperationsAndOverlap) {
@@ -57,7 +57,7 @@ TEST(EBounds, SetOperationsAndOverlap) {
     bool touching, strict;
   } cases[] = {
       {b, true, true},
-      {EBounds(EVector3(10, 0, 0), EVector3(20, 10, 10)), true, false},   // shares a face
+      {EBounds(EVector3(10, 0, 0), EVector3(20, 10, 10)), true, false},    // shares a face
       {EBounds(EVector3(10, 10, 10), EVector3(20, 20, 20)), true, false},  // a corner
       {EBounds(EVector3(10.5, 0, 0), EVector3(20, 10, 10)), false, false},
       {EBounds(EVector3(2, 2, 5), EVector3(8, 8, 5)), true, false},  // flat, inside
@@ -106,14 +106,22 @@ TEST(EBounds, TextAndAttributes) {
   EXPECT_TRUE(back.isEmpty());
 
   kelp::test::AttributeMaker maker;
-  ASSERT_TRUE(back.decodeAttributes(maker.make({{"minx", "1"}, {"miny", "2"}, {"minz", "3"},
-                                                {"maxx", "4"}, {"maxy", "5"}, {"maxz", "6"}}),
+  ASSERT_TRUE(back.decodeAttributes(maker.make({{"minx", "1"},
+                                                {"miny", "2"},
+                                                {"minz", "3"},
+                                                {"maxx", "4"},
+                                                {"maxy", "5"},
+                                                {"maxz", "6"}}),
                                     &error));
   EXPECT_EQ(back, EBounds(EVector3(1, 2, 3), EVector3(4, 5, 6)));
   EXPECT_FALSE(back.decodeAttributes(maker.make({{"minx", "1"}}), &error));
   EXPECT_EQ(error, "attribute 'miny' is missing or empty");
-  EXPECT_FALSE(back.decodeAttributes(maker.make({{"minx", "9"}, {"miny", "2"}, {"minz", "3"},
-                                                 {"maxx", "4"}, {"maxy", "5"}, {"maxz", "6"}}),
+  EXPECT_FALSE(back.decodeAttributes(maker.make({{"minx", "9"},
+                                                 {"miny", "2"},
+                                                 {"minz", "3"},
+                                                 {"maxx", "4"},
+                                                 {"maxy", "5"},
+                                                 {"maxz", "6"}}),
                                      &error));
   EXPECT_EQ(error, "attribute 'minx' exceeds attribute 'maxx'");
   ASSERT_TRUE(back.decodeAttributes(maker.make({}), &error));

@@ -134,7 +134,8 @@ TEST(EMatrix4, TransformsAndFactories) {
   EXPECT_EQ(t.transformPoint(EVector3(1, 2, 3)), EVector3(11, 22, 33));
   EXPECT_EQ(t.transformVector(EVector3(1, 2, 3)), EVector3(1, 2, 3));
   // Scale first, then rotate, then move.
-  EXPECT_TRUE((t * rz * EMatrix4::scaling(2)).transformPoint(EVector3(1, 0, 0))
+  EXPECT_TRUE((t * rz * EMatrix4::scaling(2))
+                  .transformPoint(EVector3(1, 0, 0))
                   .equals(EVector3(10, 22, 30), 1e-14));
   EXPECT_EQ(t.transposed().transposed(), t);
   EXPECT_TRUE(EMatrix4().isIdentity() && t.isAffine() && !t.isIdentity());
@@ -164,7 +165,8 @@ TEST(EMatrix4, NormalsStayPerpendicular) {
   }
   // A mirror keeps the outward side: the normal of the plane z = 0 facing
   // +z, mirrored in x, still faces +z.
-  EXPECT_TRUE(EMatrix4::scaling(EVector3(-1, 1, 1)).transformNormal(EVector3(0, 0, 1))
+  EXPECT_TRUE(EMatrix4::scaling(EVector3(-1, 1, 1))
+                  .transformNormal(EVector3(0, 0, 1))
                   .equals(EVector3(0, 0, 1), 0));
   // Flattened onto the plane z = 0: a surface facing x becomes a line.
   EXPECT_EQ(EMatrix4::scaling(EVector3(1, 1, 0)).transformNormal(EVector3(1, 0, 0)), EVector3());
@@ -217,8 +219,8 @@ TEST(EMatrix4, TextAndAttribute) {
   EXPECT_TRUE(m.isIdentity());
 
   kelp::test::AttributeMaker maker;
-  ASSERT_TRUE(m.decodeAttributes(maker.make({{"place", "2 0 0 0 0 2 0 0 0 0 2 0 0 0 0 1"}}),
-                                 &error, "place"));
+  ASSERT_TRUE(m.decodeAttributes(maker.make({{"place", "2 0 0 0 0 2 0 0 0 0 2 0 0 0 0 1"}}), &error,
+                                 "place"));
   EXPECT_EQ(m, EMatrix4::scaling(2));
   EXPECT_FALSE(m.decodeAttributes(maker.make({{"matrix", "1 2 3"}}), &error));
   EXPECT_EQ(error, "attribute 'matrix' has invalid value '1 2 3': expected 16 numbers, found 3");

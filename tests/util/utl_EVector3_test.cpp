@@ -41,9 +41,18 @@ double randomFinite(std::mt19937_64& rng) {
 }  // namespace
 
 TEST(EVector3, TextRoundTripIsBitExact) {
-  const double special[] = {0.0,         -0.0,          Limits::denorm_min(), -Limits::denorm_min(),
-                            Limits::min(), Limits::min() / 3, Limits::max(),   -Limits::max(),
-                            0.1,         1.0 / 3,       1e23,                 5e-324 * 12345};
+  const double special[] = {0.0,
+                            -0.0,
+                            Limits::denorm_min(),
+                            -Limits::denorm_min(),
+                            Limits::min(),
+                            Limits::min() / 3,
+                            Limits::max(),
+                            -Limits::max(),
+                            0.1,
+                            1.0 / 3,
+                            1e23,
+                            5e-324 * 12345};
   std::vector<EVector3> values;
   for (double a : special)
     for (double b : {0.0, -0.0, Limits::max()}) values.emplace_back(a, b, -a);
@@ -77,20 +86,13 @@ TEST(EVector3, ReaderMessages) {
     const char* text;
     const char* error;
   } cases[] = {
-      {"1 2", "expected 3 numbers, found 2"},
-      {"", "expected 3 numbers, found 0"},
-      {"   ", "expected 3 numbers, found 0"},
-      {"1,2,3", "expected 3 numbers, found 1"},
-      {"1-2 3", "expected 3 numbers, found 1"},
-      {"1 x 3", "expected 3 numbers, found 1"},
-      {"1 2 nan", "number 3 is not finite"},
-      {"inf 1 2", "number 1 is not finite"},
-      {"1 -infinity 2", "number 2 is not finite"},
-      {"1 2 1e400", "number 3 is out of range"},
-      {"1 2 3 4", "expected 3 numbers, found more"},
-      {"1 2 3 x", "unexpected text after 3 numbers"},
-      {"1 2 3x", "unexpected text after 3 numbers"},
-      {"0x10 1 2", "expected 3 numbers, found 1"},
+      {"1 2", "expected 3 numbers, found 2"},        {"", "expected 3 numbers, found 0"},
+      {"   ", "expected 3 numbers, found 0"},        {"1,2,3", "expected 3 numbers, found 1"},
+      {"1-2 3", "expected 3 numbers, found 1"},      {"1 x 3", "expected 3 numbers, found 1"},
+      {"1 2 nan", "number 3 is not finite"},         {"inf 1 2", "number 1 is not finite"},
+      {"1 -infinity 2", "number 2 is not finite"},   {"1 2 1e400", "number 3 is out of range"},
+      {"1 2 3 4", "expected 3 numbers, found more"}, {"1 2 3 x", "unexpected text after 3 numbers"},
+      {"1 2 3x", "unexpected text after 3 numbers"}, {"0x10 1 2", "expected 3 numbers, found 1"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.text);
@@ -155,8 +157,8 @@ TEST(EVector3, Attributes) {
   kelp::test::AttributeMaker maker;
   EVector3 v(1, 1, 1);
   std::string error;
-  ASSERT_TRUE(v.decodeAttributes(maker.make({{"px", "1.5"}, {"py", "-0"}, {"pz", "2e3"}}), &error,
-                                 "p"));
+  ASSERT_TRUE(
+      v.decodeAttributes(maker.make({{"px", "1.5"}, {"py", "-0"}, {"pz", "2e3"}}), &error, "p"));
   EXPECT_EQ(v, EVector3(1.5, 0, 2000));
   EXPECT_FALSE(v.decodeAttributes(maker.make({{"x", "1"}, {"y", "2"}}), &error));
   EXPECT_EQ(error, "attribute 'z' is missing or empty");

@@ -105,7 +105,8 @@ TEST(EVersor, EulerAngles) {
   }
   // At the gimbal lock the angles still describe the rotation.
   EVersor q, back;
-  ASSERT_TRUE(EVersor::fromEulerZYX(EAngle(30, AU_DEG), EAngle(90, AU_DEG), EAngle(10, AU_DEG), &q));
+  ASSERT_TRUE(
+      EVersor::fromEulerZYX(EAngle(30, AU_DEG), EAngle(90, AU_DEG), EAngle(10, AU_DEG), &q));
   EAngle y, p, r;
   q.toEulerZYX(&y, &p, &r);
   EXPECT_EQ(r.getValue(), 0);

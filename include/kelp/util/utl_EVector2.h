@@ -47,10 +47,26 @@ class KELP_API EVector2 {
   double& operator[](int i) { return i == 0 ? x : y; }
 
   EVector2 operator-() const { return {-x, -y}; }
-  EVector2& operator+=(const EVector2& o) { x += o.x; y += o.y; return *this; }
-  EVector2& operator-=(const EVector2& o) { x -= o.x; y -= o.y; return *this; }
-  EVector2& operator*=(double f) { x *= f; y *= f; return *this; }
-  EVector2& operator/=(double f) { x /= f; y /= f; return *this; }
+  EVector2& operator+=(const EVector2& o) {
+    x += o.x;
+    y += o.y;
+    return *this;
+  }
+  EVector2& operator-=(const EVector2& o) {
+    x -= o.x;
+    y -= o.y;
+    return *this;
+  }
+  EVector2& operator*=(double f) {
+    x *= f;
+    y *= f;
+    return *this;
+  }
+  EVector2& operator/=(double f) {
+    x /= f;
+    y /= f;
+    return *this;
+  }
 
   double dot(const EVector2& o) const { return x * o.x + y * o.y; }
   /* The z component of the cross product of (x, y, 0) and (o.x, o.y, 0):

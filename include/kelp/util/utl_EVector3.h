@@ -51,10 +51,30 @@ class KELP_API EVector3 {
   double& operator[](int i) { return i == 0 ? x : (i == 1 ? y : z); }
 
   EVector3 operator-() const { return {-x, -y, -z}; }
-  EVector3& operator+=(const EVector3& o) { x += o.x; y += o.y; z += o.z; return *this; }
-  EVector3& operator-=(const EVector3& o) { x -= o.x; y -= o.y; z -= o.z; return *this; }
-  EVector3& operator*=(double f) { x *= f; y *= f; z *= f; return *this; }
-  EVector3& operator/=(double f) { x /= f; y /= f; z /= f; return *this; }
+  EVector3& operator+=(const EVector3& o) {
+    x += o.x;
+    y += o.y;
+    z += o.z;
+    return *this;
+  }
+  EVector3& operator-=(const EVector3& o) {
+    x -= o.x;
+    y -= o.y;
+    z -= o.z;
+    return *this;
+  }
+  EVector3& operator*=(double f) {
+    x *= f;
+    y *= f;
+    z *= f;
+    return *this;
+  }
+  EVector3& operator/=(double f) {
+    x /= f;
+    y /= f;
+    z /= f;
+    return *this;
+  }
 
   double dot(const EVector3& o) const { return x * o.x + y * o.y + z * o.z; }
   EVector3 cross(const EVector3& o) const {
