@@ -297,7 +297,8 @@ bool EMatrix4::parseString(const char* s, const char** end, std::string* error) 
 
 bool EMatrix4::decodeAttributes(const xml::sax::Attributes& attrs, std::string* error,
                                 const char* name) {
-  const char* text = attrs.getValue("", name ? name : "");
+  if (!name) name = "";
+  const char* text = attrs.getValue("", name);
   if (!text || !*text) {
     detail::setGeomError(error, std::string("attribute '%1' is missing or empty") << name);
     return false;

@@ -57,13 +57,14 @@ bool aboutAxis(double ax, double ay, double az, const EAngle& a, EVersor* q) {
   return true;
 }
 
-bool isUnitLength(double w, double x, double y, double z) {
-  return std::fabs(std::sqrt(w * w + x * x + y * y + z * z) - 1) <= kUnitTolerance;
+// The reader's test, on the same length that isUnit() measures.
+bool isUnitLength(const double* v) {
+  return std::fabs(EVersor(v[0], v[1], v[2], v[3]).length() - 1) <= kUnitTolerance;
 }
 
 std::string lengthText(const double* v) {
   std::string t;
-  detail::appendNumber(&t, std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2] + v[3] * v[3]));
+  detail::appendNumber(&t, EVersor(v[0], v[1], v[2], v[3]).length());
   return t;
 }
 
@@ -262,7 +263,7 @@ std::string EVersor::formatString() const {
 bool EVersor::parseString(const char* s, const char** end, std::string* error) {
   double v[4];
   if (!detail::parseNumbers(s, 4, v, end, error)) return false;
-  if (!isUnitLength(v[0], v[1], v[2], v[3])) {
+  if (!isUnitLength(v)) {
     if (end) *end = s;
     detail::setGeomError(error, std::string("not a unit quaternion (length %1)") << lengthText(v));
     return false;
@@ -277,7 +278,7 @@ bool decodeVersor(const char* const* names, const char* const* texts, EVersor* o
                   std::string* error) {
   double v[4];
   if (!detail::decodeNumberAttributes(names, texts, 4, v, error)) return false;
-  if (!isUnitLength(v[0], v[1], v[2], v[3])) {
+  if (!isUnitLength(v)) {
     detail::setGeomError(error, std::string("attributes '%1', '%2', '%3', '%4' are not a unit "
                                             "quaternion (length %5)")
                                     << names[0] << names[1] << names[2] << names[3]

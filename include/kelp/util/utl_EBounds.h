@@ -74,7 +74,8 @@ class KELP_API EBounds {
   double volume() const;
 
   /* The box that encloses this box transformed by `m` (all eight corners
-   * through m.transformPoint); empty stays empty. */
+   * through m.transformPoint); empty stays empty, and corners that come out
+   * NaN or infinite are left out. */
   EBounds transformed(const EMatrix4& m) const;
 
   /* Same corners within `tolerance` per component, or both empty. */
