@@ -46,68 +46,89 @@ struct Minors {
 // to scalar code where there is no vector unit.
 using V2 = double __attribute__((vector_size(16)));
 
-// The adjugate of m divided by its determinant, two elements of a row at a
-// time: row i of the inverse pairs (b[i][0], b[i][1]) and (b[i][2],
-// b[i][3]), each a sum of three products of a column pair of rows 0 and 1
-// (or 2 and 3) with a minor of the other two rows. False, and *out
-// untouched, when the determinant is too small for the rows' lengths
-// (Hadamard's bound: |det| <= product of the row lengths). colScale undoes
-// a scaling of the rows when kScaled.
-template <bool kScaled>
-bool invertScaled(const double* m, const double* colScale, double* out) {
-  const Minors k(m);
-  const double det = k.determinant();
-  auto sq = [&](int r) {
-    return m[r] * m[r] + m[r + 1] * m[r + 1] + m[r + 2] * m[r + 2] + m[r + 3] * m[r + 3];
-  };
-  // Squared on both sides, which saves the square root: the rows are of
-  // ordinary size here, so neither side overflows.
-  const double tol = EMatrix4::kSingularTolerance;
-  if (!(det * det > tol * tol * (sq(0) * sq(4) * sq(8) * sq(12)))) return false;
-  // A_j = (m[1][j], -m[0][j]) and B_j = (m[3][j], -m[2][j]).
-  V2 a[4], b[4];
-  for (int j = 0; j < 4; ++j) {
-    a[j] = V2{m[4 + j], -m[j]};
-    b[j] = V2{m[12 + j], -m[8 + j]};
-  }
-  const double f = 1 / det;
-  V2 r[8];
-  r[0] = a[1] * k.c5 - a[2] * k.c4 + a[3] * k.c3;
-  r[1] = b[1] * k.s5 - b[2] * k.s4 + b[3] * k.s3;
-  r[2] = a[2] * k.c2 - a[0] * k.c5 - a[3] * k.c1;
-  r[3] = b[2] * k.s2 - b[0] * k.s5 - b[3] * k.s1;
-  r[4] = a[0] * k.c4 - a[1] * k.c2 + a[3] * k.c0;
-  r[5] = b[0] * k.s4 - b[1] * k.s2 + b[3] * k.s0;
-  r[6] = a[1] * k.c1 - a[0] * k.c3 - a[2] * k.c0;
-  r[7] = b[1] * k.s1 - b[0] * k.s3 - b[2] * k.s0;
-  if constexpr (!kScaled) {
-    for (int i = 0; i < 8; ++i) {
-      const V2 v = r[i] * f;
-      std::memcpy(out + 2 * i, &v, sizeof v);
-    }
-    return true;
-  } else {
-    double t[16];
-    for (int i = 0; i < 8; ++i) {
-      const int c = (2 * i) % 4;
-      t[2 * i] = r[i][0] * f * colScale[c];
-      t[2 * i + 1] = r[i][1] * f * colScale[c + 1];
-      // The inverse of rows of tiny numbers can exceed the range.
-      if (!std::isfinite(t[2 * i]) || !std::isfinite(t[2 * i + 1])) return false;
-    }
-    std::memcpy(out, t, sizeof t);
-    return true;
-  }
-}
-
 V2 load(const double* p) {
   V2 v;
   std::memcpy(&v, p, sizeof v);
   return v;
 }
+void store(double* p, V2 v) {
+  std::memcpy(p, &v, sizeof v);
+}
+V2 dup(double x) {
+  return V2{x, x};
+}
+double sum(V2 v) {
+  return v[0] + v[1];
+}
 
-// Rows with a largest element below 2^-100 or not below 2^100 (or NaN or
-// infinite ones): the rare case, kept out of the common path.
+// The inverse by 2x2 blocks M = [A B; C D], each row of a block one pair of
+// lanes. With X# the adjugate of a 2x2 matrix (X X# = |X| I):
+//   det M = |A||D| + |B||C| - trace((A#B)(D#C))
+//   inverse = [P# Q#; R# S#] / det M, where
+//   P = A|D| - B(D#C), Q = C|B| - D(A#B)#, R = B|C| - A(D#C)#,
+//   S = D|A| - C(A#B).
+// kSingular, and *out untouched, when |det| is at most kSingularTolerance
+// times Hadamard's bound, the product of the row lengths (compared squared,
+// which saves a root). With kCheckRows, rows whose squared length lies
+// outside [2^-200, 2^200], where that comparison could overflow or vanish,
+// answer kOddRows, again before anything is written.
+enum class Inverted { kOk, kSingular, kOddRows };
+
+template <bool kCheckRows>
+[[gnu::always_inline]] inline Inverted blockInverse(const double* m, double* out) {
+  const V2 a1 = load(m), b1 = load(m + 2), a2 = load(m + 4), b2 = load(m + 6);
+  const V2 c1 = load(m + 8), d1 = load(m + 10), c2 = load(m + 12), d2 = load(m + 14);
+  const double detA = a1[0] * a2[1] - a1[1] * a2[0], detB = b1[0] * b2[1] - b1[1] * b2[0];
+  const double detC = c1[0] * c2[1] - c1[1] * c2[0], detD = d1[0] * d2[1] - d1[1] * d2[0];
+  // A#B and D#C, row by row.
+  const V2 ab1 = b1 * dup(a2[1]) - b2 * dup(a1[1]), ab2 = b2 * dup(a1[0]) - b1 * dup(a2[0]);
+  const V2 dc1 = c1 * dup(d2[1]) - c2 * dup(d1[1]), dc2 = c2 * dup(d1[0]) - c1 * dup(d2[0]);
+  const double trace = sum(ab1 * V2{dc1[0], dc2[0]} + ab2 * V2{dc1[1], dc2[1]});
+  const double det = detA * detD + detB * detC - trace;
+  const V2 u = a1 * a1 + b1 * b1, v = a2 * a2 + b2 * b2;
+  const V2 w = c1 * c1 + d1 * d1, x = c2 * c2 + d2 * d2;
+  const V2 sq02 = V2{u[0], w[0]} + V2{u[1], w[1]}, sq13 = V2{v[0], x[0]} + V2{v[1], x[1]};
+  if constexpr (kCheckRows) {
+    // Rows of ordinary size keep both sides of the test below (and every
+    // product on the way) far from overflow and underflow; NaN fails too.
+    constexpr double kLow = 0x1p-200, kHigh = 0x1p200;
+    if (!(sq02[0] >= kLow && sq02[0] <= kHigh && sq02[1] >= kLow && sq02[1] <= kHigh &&
+          sq13[0] >= kLow && sq13[0] <= kHigh && sq13[1] >= kLow && sq13[1] <= kHigh))
+      return Inverted::kOddRows;
+  }
+  const V2 rows = sq02 * sq13;
+  constexpr double tol = EMatrix4::kSingularTolerance;
+  if (!(det * det > tol * tol * (rows[0] * rows[1]))) return Inverted::kSingular;
+  const V2 p1 = a1 * dup(detD) - (dc1 * dup(b1[0]) + dc2 * dup(b1[1]));
+  const V2 p2 = a2 * dup(detD) - (dc1 * dup(b2[0]) + dc2 * dup(b2[1]));
+  const V2 s1 = d1 * dup(detA) - (ab1 * dup(c1[0]) + ab2 * dup(c1[1]));
+  const V2 s2 = d2 * dup(detA) - (ab1 * dup(c2[0]) + ab2 * dup(c2[1]));
+  // (A#B)# and (D#C)# row by row.
+  const V2 abT1 = V2{ab2[1], -ab1[1]}, abT2 = V2{-ab2[0], ab1[0]};
+  const V2 dcT1 = V2{dc2[1], -dc1[1]}, dcT2 = V2{-dc2[0], dc1[0]};
+  const V2 q1 = c1 * dup(detB) - (abT1 * dup(d1[0]) + abT2 * dup(d1[1]));
+  const V2 q2 = c2 * dup(detB) - (abT1 * dup(d2[0]) + abT2 * dup(d2[1]));
+  const V2 r1 = b1 * dup(detC) - (dcT1 * dup(a1[0]) + dcT2 * dup(a1[1]));
+  const V2 r2 = b2 * dup(detC) - (dcT1 * dup(a2[0]) + dcT2 * dup(a2[1]));
+  // X# / det: row 1 (x3, -x1), row 2 (-x2, x0).
+  const double f = 1 / det;
+  const V2 plusMinus = {f, -f}, minusPlus = {-f, f};
+  store(out, V2{p2[1], p1[1]} * plusMinus);
+  store(out + 2, V2{q2[1], q1[1]} * plusMinus);
+  store(out + 4, V2{p2[0], p1[0]} * minusPlus);
+  store(out + 6, V2{q2[0], q1[0]} * minusPlus);
+  store(out + 8, V2{r2[1], r1[1]} * plusMinus);
+  store(out + 10, V2{s2[1], s1[1]} * plusMinus);
+  store(out + 12, V2{r2[0], r1[0]} * minusPlus);
+  store(out + 14, V2{s2[0], s1[0]} * minusPlus);
+  return Inverted::kOk;
+}
+
+// Rows whose squared length lies outside [2^-200, 2^200] (or is NaN or
+// infinite): the rare case, kept out of the common path. Each row is
+// scaled by a power of two (exactly) to a largest element in [1, 2); as
+// inverse(D * M) = inverse(M) * inverse(D) for the diagonal D, the columns
+// of the result are scaled back.
 [[gnu::noinline, gnu::cold]] bool invertOddRows(const double* src, double* out) {
   double m[16];
   double colScale[4];
@@ -124,7 +145,15 @@ V2 load(const double* p) {
     for (int c = 0; c < 4; ++c) m[r * 4 + c] = std::ldexp(src[r * 4 + c], -e);
     colScale[r] = std::ldexp(1.0, -e);  // infinite only where the inverse is too
   }
-  return invertScaled<true>(m, colScale, out);
+  double t[16];
+  if (blockInverse<false>(m, t) != Inverted::kOk) return false;
+  for (int i = 0; i < 16; ++i) {
+    t[i] *= colScale[i % 4];
+    // The inverse of rows of tiny numbers can exceed the range.
+    if (!std::isfinite(t[i])) return false;
+  }
+  std::memcpy(out, t, sizeof t);
+  return true;
 }
 
 }  // namespace
@@ -199,28 +228,19 @@ double EMatrix4::determinant() const {
 
 bool EMatrix4::inverse(EMatrix4* out) const {
   // The test for singularity does not change when a row is scaled, but the
-  // determinant of rows of tiny or huge numbers underflows or overflows.
-  // Such rows are scaled by powers of two (exactly) to a largest element in
-  // [1, 2); as inverse(D * M) = inverse(M) * inverse(D) for the diagonal
-  // D, the columns of the result are scaled back. Rows of ordinary size, the
-  // common case, skip all that: every element below 2^100 in magnitude (not
-  // NaN), and one of each row at least 2^-100.
-  using I2 = long long __attribute__((vector_size(16)));
-  const V2 low = {0x1p-100, 0x1p-100}, high = {0x1p100, 0x1p100};
-  const V2 sign = {-0.0, -0.0};
-  I2 small = {0, 0};
-  I2 fine = {-1, -1};
-  for (int r = 0; r < 4; ++r) {
-    const V2 a = (V2)((I2)load(m_ + r * 4) & ~(I2)sign);
-    const V2 b = (V2)((I2)load(m_ + r * 4 + 2) & ~(I2)sign);
-    fine &= (a < high) & (b < high);
-    const I2 big = (a >= low) | (b >= low);
-    small |= ~(big | I2{big[1], big[0]});
-  }
+  // determinant of rows of tiny or huge numbers underflows or overflows:
+  // such rows, and NaN and infinity, take the slow path.
   double scratch[16];
   double* dst = out ? out->m_ : scratch;
-  if (!(fine[0] & fine[1]) || (small[0] | small[1])) return invertOddRows(m_, dst);
-  return invertScaled<false>(m_, nullptr, dst);
+  switch (blockInverse<true>(m_, dst)) {
+    case Inverted::kOk:
+      return true;
+    case Inverted::kSingular:
+      return false;
+    case Inverted::kOddRows:
+      break;
+  }
+  return invertOddRows(m_, dst);
 }
 
 bool EMatrix4::transformPointProjective(const EVector3& p, EVector3* out) const {
