@@ -86,13 +86,23 @@ TEST(EVector3, ReaderMessages) {
     const char* text;
     const char* error;
   } cases[] = {
-      {"1 2", "expected 3 numbers, found 2"},        {"", "expected 3 numbers, found 0"},
-      {"   ", "expected 3 numbers, found 0"},        {"1,2,3", "expected 3 numbers, found 1"},
-      {"1-2 3", "expected 3 numbers, found 1"},      {"1 x 3", "expected 3 numbers, found 1"},
-      {"1 2 nan", "number 3 is not finite"},         {"inf 1 2", "number 1 is not finite"},
-      {"1 -infinity 2", "number 2 is not finite"},   {"1 2 1e400", "number 3 is out of range"},
-      {"1 2 3 4", "expected 3 numbers, found more"}, {"1 2 3 x", "unexpected text after 3 numbers"},
-      {"1 2 3x", "unexpected text after 3 numbers"}, {"0x10 1 2", "expected 3 numbers, found 1"},
+      // clang-format off
+      {"1 2", "expected 3 numbers, found 2"},
+      {"", "expected 3 numbers, found 0"},
+      {"   ", "expected 3 numbers, found 0"},
+      {"1,2,3", "expected 3 numbers, found 1"},
+      {"1-2 3", "expected 3 numbers, found 1"},
+      {"1 x 3", "expected 3 numbers, found 1"},
+      {"0x10 1 2", "expected 3 numbers, found 1"},
+      {"1 2 nan", "number 3 is not finite"},
+      {"inf 1 2", "number 1 is not finite"},
+      {"1 -infinity 2", "number 2 is not finite"},
+      {"1 2 1e400", "number 3 is out of range"},
+      {"1 1e-400 2", "number 2 is out of range"},
+      {"1 2 3 4", "expected 3 numbers, found more"},
+      {"1 2 3 x", "unexpected text after 3 numbers"},
+      {"1 2 3x", "unexpected text after 3 numbers"},
+      // clang-format on
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.text);

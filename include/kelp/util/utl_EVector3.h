@@ -7,16 +7,19 @@
  * Text form: the three numbers in the shortest notation that reads back to
  * the same double (classic locale: "." as decimal point, exponent as in
  * "1e+300"), separated by single blanks: "1 -2.5 3e-07". Negative zero keeps
- * its sign ("-0"). The reader takes the numbers separated by white space,
- * refuses NaN and infinity, and names what is wrong ("expected 3 numbers,
- * found 2").
+ * its sign ("-0"). The reader takes the numbers separated by white space
+ * (a leading "+" is allowed, hexadecimal is not) and names what is wrong:
+ * "expected 3 numbers, found 2", "number 3 is not finite" (NaN, infinity),
+ * "number 3 is out of range" (beyond the doubles, or so small that it would
+ * read as 0), "expected 3 numbers, found more", "unexpected text after 3
+ * numbers". The other geometry values read their numbers the same way.
  *
  * XML: the attributes "x", "y" and "z", each holding one number; a prefix
  * names them differently ("minx" ... for the prefix "min").
  *
  *   EVector3 p(100, 250, 0), q;
  *   std::string text = p.formatString();        // "100 250 0"
- *   q.parseString("1 2", nullptr, &error);       // false: "expected 3 numbers, found 1"
+ *   q.parseString("1 2", nullptr, &error);       // false: "expected 3 numbers, found 2"
  *   EVector3 n;
  *   (p - q).normalized(&n);
  *
