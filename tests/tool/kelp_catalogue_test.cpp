@@ -646,3 +646,20 @@ TEST(KelpCatalogue, UsageErrors) {
                            0),
             0u);
 }
+
+// The report holds its input in memory: an endless one ends at 256 MiB
+// with a message, never in an allocation failure.
+TEST(KelpCatalogue, EndlessInputIsBounded) {
+#if defined(__SANITIZE_ADDRESS__)
+  const std::string limit;  // the sanitizer's shadow memory needs the space
+#else
+  const std::string limit = "ulimit -v 1200000; ";
+#endif
+  for (const char* feed : {"head -c 1073741824 /dev/zero", "yes '<a>' | head -c 1073741824"}) {
+    SCOPED_TRACE(feed);
+    auto r = kelp::test::runShell(limit + feed + " | \"$KELP\" catalogue report -");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, "<stdin>: the input is larger than 256 MiB\n");
+  }
+}

@@ -1,6 +1,7 @@
 // The tool's own front: usage, help, unknown commands, the manual page.
 #include <gtest/gtest.h>
 
+#include "tool_cases.h"
 #include "tool_runner.h"
 
 using kelp::test::runKelp;
@@ -47,5 +48,42 @@ TEST(KelpMain, ManualPageNamesEveryCommand) {
       EXPECT_NE(help.out.find("usage: kelp " + name), std::string::npos) << name;
     }
     line = list.find("\n  ", line + 1);
+  }
+}
+
+// Output that cannot be written fails every command with exactly one
+// message, help and version included.
+TEST(KelpMain, UnwritableOutputFailsWithOneMessage) {
+  kelp::test::TempDir dir;
+  const struct {
+    std::vector<std::string> args;
+    const char* who;  // the message's prefix
+  } cases[] = {
+      {{"help"}, "kelp"},
+      {{"--help"}, "kelp"},
+      {{"--version"}, "kelp"},
+      {{"help", "--man"}, "kelp"},
+      {{"help", "xml"}, "kelp"},
+      {{"xml", "--help"}, "kelp xml"},
+      {{"xml", "format", "samples/catalogue.xml"}, "kelp xml"},
+      {{"xml", "events", "samples/catalogue.xml"}, "kelp xml"},
+      {{"xml", "canon", "samples/catalogue.xml"}, "kelp xml"},
+      {{"money", "eval", "1 + 1"}, "kelp money"},
+      {{"date", "format", "2024-02-29"}, "kelp date"},
+      {{"cmdline", "split", "a b"}, "kelp cmdline"},
+      {{"cmdline", "join", "a", "b"}, "kelp cmdline"},
+      {{"uuid", "--help"}, "kelp uuid"},
+      {{"registry", "set", "--dir", dir.path(), "K", "v", "x"}, nullptr},
+      {{"registry", "list", "--dir", dir.path(), "K"}, "kelp registry"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(kelp::test::describe(c.args));
+    auto r = kelp::test::runKelp(c.args, "", {}, "/dev/full");
+    if (!c.who) {  // writes nothing: nothing to fail
+      EXPECT_EQ(r.status, 0) << r.err;
+      continue;
+    }
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, std::string(c.who) + ": cannot write the output\n");
   }
 }

@@ -78,7 +78,7 @@ constexpr const char kCatalogueHelp[] =
     "invalid articles follows at the end. The exit status is 0 all the same,\n"
     "unless --strict is given. Malformed XML, a missing file or a fault in the\n"
     "<catalogue> element itself end the run with 'file:line: message' and\n"
-    "status 1.\n";
+    "status 1, and so does a FILE larger than 256 MiB.\n";
 
 // ---------------------------------------------------------------------------
 // Numbers in the report's language, independent of the machine's locale:
@@ -1020,6 +1020,10 @@ class Report {
 
 // ---------------------------------------------------------------------------
 
+// The largest catalogue file read: the report holds the whole text (its
+// lines are looked up in it), so an endless input must end somewhere.
+constexpr std::size_t kMaxCatalogue = std::size_t(256) << 20;
+
 int runReport(kelp::tool::Invocation& inv) {
   kelp::tool::ParsedArgs args;
   int status = kelp::tool::kExitOk;
@@ -1054,7 +1058,7 @@ int runReport(kelp::tool::Invocation& inv) {
   const std::string& path = args.operands[0];
   const std::string file = kelp::tool::displayName(path);
   std::string data, message;
-  if (!kelp::tool::readInput(path, data, message)) {
+  if (!kelp::tool::readInput(path, data, message, kMaxCatalogue)) {
     kelp::tool::reportAt(inv, file, 0, message);
     return kelp::tool::kExitFailed;
   }
