@@ -1,6 +1,7 @@
 // kelp registry: typed values in a hive kept in a temporary folder, and
 // the failures of missing keys, values and non-empty keys.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <string>
 #include <vector>
@@ -164,4 +165,42 @@ TEST(KelpRegistry, TheEnvironmentNamesTheFolder) {
   auto set = runKelp({"registry", "set", "K", "v", "x"}, "", env);
   EXPECT_EQ(set.status, 0) << set.err;
   EXPECT_EQ(runKelp(reg(dir, "get", {"K", "v"})).out, "x\n");
+}
+
+// Read as another user for real (setpriv to nobody): a hive in a folder and
+// file that user may not write is read read-only, leaves no files behind,
+// and the owner can still write afterwards. A FIFO in place of the file is
+// "data corrupt" at once.
+TEST(KelpRegistry, ReadersOfAHiveTheyMayNotWrite) {
+  TempDir dir;
+  ASSERT_EQ(runKelp(reg(dir, "set", {"A", "v", "hello"})).status, 0);
+  const std::string db = dir.file("current_user.db");
+  ASSERT_EQ(chmod(dir.path().c_str(), 0555), 0);
+  ASSERT_EQ(chmod(db.c_str(), 0444), 0);
+  const std::string asNobody = "setpriv --reuid=65534 --regid=65534 --clear-groups ";
+  if (kelp::test::runShell(asNobody + "\"$KELP\" --version").status != 0) {
+    chmod(dir.path().c_str(), 0700);
+    GTEST_SKIP() << "cannot run the tool as another user here";
+  }
+  auto r = kelp::test::runShell(asNobody + "\"$KELP\" registry get --dir " + dir.path() + " A v");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "hello\n");
+  r = kelp::test::runShell(asNobody + "\"$KELP\" registry list --dir " + dir.path() + " A");
+  EXPECT_EQ(r.out, "v (string) = hello\n");
+  EXPECT_EQ(kelp::test::runShell("ls -A " + dir.path()).out, "current_user.db\n");
+  ASSERT_EQ(chmod(dir.path().c_str(), 0700), 0);
+  ASSERT_EQ(chmod(db.c_str(), 0600), 0);
+  EXPECT_EQ(runKelp(reg(dir, "set", {"A", "v", "again"})).status, 0);
+  EXPECT_EQ(runKelp(reg(dir, "get", {"A", "v"})).out, "again\n");
+
+  TempDir fifoDir;
+  ASSERT_EQ(mkfifo(fifoDir.file("current_user.db").c_str(), 0600), 0);
+  for (const char* op : {"get", "set"}) {
+    SCOPED_TRACE(op);
+    std::vector<std::string> rest{"A", "v"};
+    if (std::string(op) == "set") rest.push_back("x");
+    r = runKelp(reg(fifoDir, op, rest));
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, failed("cannot open the current user's registry: data corrupt"));
+  }
 }
