@@ -86,4 +86,8 @@ TEST(KelpMain, UnwritableOutputFailsWithOneMessage) {
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.err, std::string(c.who) + ": cannot write the output\n");
   }
+  // The manual page into a file, as the build writes it.
+  auto man = kelp::test::runKelp({"help", "--man", "/dev/full"});
+  EXPECT_EQ(man.status, 1);
+  EXPECT_EQ(man.err, "kelp help: cannot write /dev/full: No space left on device\n");
 }

@@ -58,33 +58,33 @@ std::string roffLine(const std::string& line) {
   return out;
 }
 
-void printRoffBlock(const char* text) {
-  std::fputs(".nf\n", stdout);
+void printRoffBlock(std::FILE* to, const char* text) {
+  std::fputs(".nf\n", to);
   const char* p = text;
   while (*p) {
     const char* nl = std::strchr(p, '\n');
     std::string line = nl ? std::string(p, nl) : std::string(p);
-    std::printf("%s\n", roffLine(line).c_str());
+    std::fprintf(to, "%s\n", roffLine(line).c_str());
     if (!nl) break;
     p = nl + 1;
   }
-  std::fputs(".fi\n", stdout);
+  std::fputs(".fi\n", to);
 }
 
-void printManPage() {
-  std::printf(".TH KELP 1 \"\" \"kelp %s\" \"User Commands\"\n", KELP_VERSION_STRING);
-  std::puts(".SH NAME\nkelp \\- inspect catalogue data, XML, money amounts and settings");
-  std::puts(".SH SYNOPSIS\n.B kelp\n[\\-\\-version] [\\-\\-help]\n.I command\n[\\fIargs\\fR]");
-  std::puts(".SH DESCRIPTION");
-  printRoffBlock(kIntro);
-  std::puts(".PP");
-  printRoffBlock(kConventions);
-  std::puts(".SH COMMANDS");
+void printManPage(std::FILE* to) {
+  std::fprintf(to, ".TH KELP 1 \"\" \"kelp %s\" \"User Commands\"\n", KELP_VERSION_STRING);
+  std::fputs(".SH NAME\nkelp \\- inspect catalogue data, XML, money amounts and settings\n", to);
+  std::fputs(".SH SYNOPSIS\n.B kelp\n[\\-\\-version] [\\-\\-help]\n.I command\n[\\fIargs\\fR]\n", to);
+  std::fputs(".SH DESCRIPTION\n", to);
+  printRoffBlock(to, kIntro);
+  std::fputs(".PP\n", to);
+  printRoffBlock(to, kConventions);
+  std::fputs(".SH COMMANDS\n", to);
   for (const Family* f : kelp::tool::families()) {
-    std::printf(".SS %s\n", roffLine(std::string("kelp ") + f->name).c_str());
-    printRoffBlock(f->help);
+    std::fprintf(to, ".SS %s\n", roffLine(std::string("kelp ") + f->name).c_str());
+    printRoffBlock(to, f->help);
   }
-  std::puts(".SH EXIT STATUS\n0 success, 1 a failed check or operation, 2 bad usage.");
+  std::fputs(".SH EXIT STATUS\n0 success, 1 a failed check or operation, 2 bad usage.\n", to);
 }
 
 int runHelp(int argc, char** argv) {
@@ -93,13 +93,19 @@ int runHelp(int argc, char** argv) {
     return kelp::tool::kExitOk;
   }
   if (!std::strcmp(argv[2], "--man")) {
-    // The build writes the page with `kelp help --man FILE`.
-    if (argc > 3 && !std::freopen(argv[3], "w", stdout)) {
-      std::fprintf(stderr, "kelp help: cannot write %s: %s\n", argv[3], std::strerror(errno));
-      return kelp::tool::kExitFailed;
+    if (argc <= 3) {
+      printManPage(stdout);  // failures show when the tool exits
+      return kelp::tool::kExitOk;
     }
-    printManPage();
-    return kelp::tool::kExitOk;
+    // The build writes the page with `kelp help --man FILE`.
+    std::FILE* file = std::fopen(argv[3], "w");
+    if (file) {
+      printManPage(file);
+      const bool failed = std::ferror(file) != 0;
+      if (std::fclose(file) == 0 && !failed) return kelp::tool::kExitOk;
+    }
+    std::fprintf(stderr, "kelp help: cannot write %s: %s\n", argv[3], std::strerror(errno));
+    return kelp::tool::kExitFailed;
   }
   for (const Family* f : kelp::tool::families()) {
     if (!std::strcmp(f->name, argv[2])) {

@@ -112,7 +112,7 @@ bool readInput(const std::string& path, std::string& data, std::string& message,
     message = std::string("cannot open: ") + std::strerror(errno);
     return false;
   }
-  // Read in blocks up to one byte past the limit: an endless stream
+  // Stop at the first block that would pass the limit: an endless stream
   // (/dev/zero, a pipe that never closes) ends here, not in memory.
   char buffer[65536];
   std::size_t n;
