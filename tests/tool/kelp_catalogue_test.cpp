@@ -650,11 +650,7 @@ TEST(KelpCatalogue, UsageErrors) {
 // The report holds its input in memory: an endless one ends at 256 MiB
 // with a message, never in an allocation failure.
 TEST(KelpCatalogue, EndlessInputIsBounded) {
-#if defined(__SANITIZE_ADDRESS__)
-  const std::string limit;  // the sanitizer's shadow memory needs the space
-#else
-  const std::string limit = "ulimit -v 1200000; ";
-#endif
+  const std::string limit = kelp::test::memoryLimit(1200000);
   for (const char* feed : {"head -c 1073741824 /dev/zero", "yes '<a>' | head -c 1073741824"}) {
     SCOPED_TRACE(feed);
     auto r = kelp::test::runShell(limit + feed + " | \"$KELP\" catalogue report -");

@@ -68,11 +68,7 @@ TEST(KelpCmdline, JoinReadsBack) {
 // memory (the address space is capped where the sanitizers allow it) and
 // time (head cuts the stream).
 TEST(KelpCmdline, EndlessFileIsBounded) {
-#if defined(__SANITIZE_ADDRESS__)
-  const std::string limit;  // the sanitizer's shadow memory needs the space
-#else
-  const std::string limit = "ulimit -v 400000; ";
-#endif
+  const std::string limit = kelp::test::memoryLimit(400000);
   const struct {
     const char* feed;
     const char* file;

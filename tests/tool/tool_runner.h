@@ -68,6 +68,25 @@ inline ToolResult runKelp(const std::vector<std::string>& args, const std::strin
   return result;
 }
 
+/* "ulimit -v KIB; " to cap a script's address space, or "" in sanitizer
+ * builds, whose shadow memory needs terabytes of address space (the
+ * streams fed there are cut by head instead). */
+inline std::string memoryLimit(long kib) {
+#if defined(__SANITIZE_ADDRESS__)
+  (void)kib;
+  return "";
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+  (void)kib;
+  return "";
+#else
+  return "ulimit -v " + std::to_string(kib) + "; ";
+#endif
+#else
+  return "ulimit -v " + std::to_string(kib) + "; ";
+#endif
+}
+
 /* Runs a shell script with $KELP naming the tool, for pipelines such as
  * `head -c 1G /dev/zero | "$KELP" ...` under `ulimit -v`; the status is
  * that of the script (-1 when the shell died of a signal). */
