@@ -4,11 +4,11 @@
 #include <zob/zob_mem.h>
 #include <zob/zob_regdb.h>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sqlite3.h>
-#include <dirent.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>

@@ -595,9 +595,8 @@ TEST(KelpCatalogue, TotalsThatCannotBeExact) {
       if (strict) args.insert(args.begin() + 2, "--strict");
       auto r = runKelp(args);
       EXPECT_EQ(r.status, 1);
-      EXPECT_EQ(r.err,
-                std::string("kelp catalogue: the total in EUR cannot be computed: it ") +
-                    c.problem + "\n");
+      EXPECT_EQ(r.err, std::string("kelp catalogue: the total in EUR cannot be computed: it ") +
+                           c.problem + "\n");
       EXPECT_EQ(totalsOf(r.out), "totals\n");
       EXPECT_FALSE(contains(r.out, "infinity"));
     }

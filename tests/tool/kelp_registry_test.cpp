@@ -41,17 +41,18 @@ TEST(KelpRegistry, ListQuotesNamesAndValuesAsJoinDoes) {
   ASSERT_EQ(runKelp(reg(dir, "set", {"A", "l", "--type", "list", "x", "y z", ""})).status, 0);
   auto r = runKelp(reg(dir, "list", {"--recursive"}));
   EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_EQ(r.out, "A/\n'A/my key/'\n\"A/it's\" (string) = ok\nA/l (list) = x 'y z' ''\n'A/my key/" +
-                       forged + "' (string) = 'v a'\n");
+  EXPECT_EQ(r.out,
+            "A/\n'A/my key/'\n\"A/it's\" (string) = ok\nA/l (list) = x 'y z' ''\n'A/my key/" +
+                forged + "' (string) = 'v a'\n");
   auto nulTerminated = [](const std::vector<std::string>& words) {
     std::string out;
     for (const std::string& w : words) out += w + '\0';
     return out;
   };
   auto split = runKelp({"cmdline", "split", "--null", "--file", "-"}, r.out);
-  EXPECT_EQ(split.out, nulTerminated({"A/", "A/my key/", "A/it's", "(string)", "=", "ok", "A/l",
-                                      "(list)", "=", "x", "y z", "", "A/my key/" + forged,
-                                      "(string)", "=", "v a"}));
+  EXPECT_EQ(split.out,
+            nulTerminated({"A/", "A/my key/", "A/it's", "(string)", "=", "ok", "A/l", "(list)", "=",
+                           "x", "y z", "", "A/my key/" + forged, "(string)", "=", "v a"}));
   // A single quote with a double quote cannot be quoted to read back.
   ASSERT_EQ(runKelp(reg(dir, "set", {"A", "bad'\"", "ok"})).status, 0);
   r = runKelp(reg(dir, "list", {"A"}));

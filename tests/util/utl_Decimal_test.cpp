@@ -502,8 +502,8 @@ TEST(DecimalExactness, TellsExactResultsFromLostDigits) {
          return d;
        },
        "has more than 34 significant digits"},
-      {"a trailing zero beyond 34",
-       [] { return d128("1.0049999999999999999999999999999990"); }, ""},
+      {"a trailing zero beyond 34", [] { return d128("1.0049999999999999999999999999999990"); },
+       ""},
       {"1E+34 + 0.01", [] { return d128("1E+34") + d128("0.01"); },
        "has more than 34 significant digits"},
       {"9E+6144 + 9E+6144", [] { return d128("9E+6144") + d128("9E+6144"); }, "is too large"},

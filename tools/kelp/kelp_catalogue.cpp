@@ -773,8 +773,8 @@ class CatalogueHandler : public sax::DefaultHandler {
       fault(p.line, "price in " + p.base.getUnit() + " is out of range");
       p.faulty = true;
     } else if (!exact.exact()) {
-      fault(p.line, "price in " + p.base.getUnit() + " cannot be computed exactly: it " +
-                        exact.problem());
+      fault(p.line,
+            "price in " + p.base.getUnit() + " cannot be computed exactly: it " + exact.problem());
       p.faulty = true;
     } else if (p.value.isNegative()) {
       fault(p.line, "price in " + p.base.getUnit() + " is negative (" +

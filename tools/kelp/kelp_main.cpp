@@ -74,7 +74,8 @@ void printRoffBlock(std::FILE* to, const char* text) {
 void printManPage(std::FILE* to) {
   std::fprintf(to, ".TH KELP 1 \"\" \"kelp %s\" \"User Commands\"\n", KELP_VERSION_STRING);
   std::fputs(".SH NAME\nkelp \\- inspect catalogue data, XML, money amounts and settings\n", to);
-  std::fputs(".SH SYNOPSIS\n.B kelp\n[\\-\\-version] [\\-\\-help]\n.I command\n[\\fIargs\\fR]\n", to);
+  std::fputs(".SH SYNOPSIS\n.B kelp\n[\\-\\-version] [\\-\\-help]\n.I command\n[\\fIargs\\fR]\n",
+             to);
   std::fputs(".SH DESCRIPTION\n", to);
   printRoffBlock(to, kIntro);
   std::fputs(".PP\n", to);

@@ -430,8 +430,7 @@ int runRound(Invocation& inv) {
   Value value;
   std::string why;
   if (!parseValue(parsed.operands[0], &value, &why))
-    return kelp::tool::usageError(inv,
-                                  "cannot read the amount '" + parsed.operands[0] + "'" + why);
+    return kelp::tool::usageError(inv, "cannot read the amount '" + parsed.operands[0] + "'" + why);
   if (value.plain && !rounding.haveDecimals)
     return kelp::tool::usageError(inv, "a plain number needs --decimals");
   std::fprintf(inv.out, "%s\n", roundedText(value, rounding).c_str());
@@ -475,8 +474,7 @@ int runFormat(Invocation& inv) {
   Value value;
   std::string why;
   if (!parseValue(parsed.operands[0], &value, &why))
-    return kelp::tool::usageError(inv,
-                                  "cannot read the amount '" + parsed.operands[0] + "'" + why);
+    return kelp::tool::usageError(inv, "cannot read the amount '" + parsed.operands[0] + "'" + why);
   std::locale locale;
   if (!chooseLocale(parsed, &locale))
     return kelp::tool::failure(inv, "the locale '" + parsed.get("locale") + "' is not installed");

@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include <kelp/util/utl_RegNode.h>
 #include <kelp/util/utl_Funcs.h>
+#include <kelp/util/utl_RegNode.h>
 #include <kelp/util/utl_Registry.h>
 #include <zob/zob_regdb.h>
 #include <zob/zob_result.h>
@@ -374,8 +374,8 @@ bool listKey(Invocation& inv, const RegNode& node, const std::string& prefix, bo
     regdb::Value v{};
     ZResult r = fetch(node, name, &v);
     if (EFAILED(r)) {
-      *status = kelp::tool::failure(inv, "cannot read value " + Funcs::joinCommandLine({name}) +
-                                             ": " + zobStrError(r));
+      *status = kelp::tool::failure(
+          inv, "cannot read value " + Funcs::joinCommandLine({name}) + ": " + zobStrError(r));
       return false;
     }
     std::vector<std::string> words{prefix + name, std::string("(") + typeName(v.type) + ")", "="};
