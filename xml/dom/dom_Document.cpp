@@ -26,8 +26,8 @@ Document::Document(DomImplementation* implementation)
 
 Document::~Document() = default;
 
-void Document::releaseOwned() {
-  Node::releaseOwned();
+void Document::releaseOwned(NodeArena::ReleaseBatch& batch) {
+  Node::releaseOwned(batch);
   if (DomImplementation* impl = implementation_) {
     implementation_ = nullptr;
     impl->release();

@@ -17,7 +17,7 @@ Element::Element(const util::WeakRefBase& document, std::string tagName)
 
 Element::~Element() = default;
 
-void Element::releaseOwned() {
+void Element::releaseOwned(NodeArena::ReleaseBatch& batch) {
   if (AttrNodeMap* map = attrMap_) {
     attrMap_ = nullptr;
     map->detach();
@@ -27,12 +27,14 @@ void Element::releaseOwned() {
   const std::uint32_t count = attrCount_;
   attrs_ = nullptr;
   attrCount_ = attrCapacity_ = 0;
+  // Freed here while they are warm, unless somebody else holds them.
   for (std::uint32_t i = 0; i < count; ++i) {
-    attributes[i]->parent_ = nullptr;
-    attributes[i]->release();
+    Attr* a = attributes[i];
+    a->parent_ = nullptr;
+    if (a->dropTreeRef()) sweep(a, batch);
   }
-  NodeArena::release(attributes);
-  Node::releaseOwned();
+  batch.add(attributes);
+  Node::releaseOwned(batch);
 }
 
 ZResult Element::queryInterface(const char* iid, zob::IUnknown** out) {

@@ -124,6 +124,11 @@ void* NodeArena::allocateAlone(std::size_t size) noexcept {
 }
 
 void NodeArena::release(void* p) noexcept {
+  ReleaseBatch batch;
+  batch.add(p);
+}
+
+void NodeArena::ReleaseBatch::add(void* p) noexcept {
   if (!p) return;
   NodeHeader* h = static_cast<NodeHeader*>(p) - 1;
   Block* block = h->block;
@@ -132,7 +137,17 @@ void NodeArena::release(void* p) noexcept {
     return;
   }
   poison(h, h->bytes);
-  releaseBlock(block, 1);
+  if (block != block_) {
+    flush();
+    block_ = block;
+  }
+  ++count_;
+}
+
+void NodeArena::ReleaseBatch::flush() noexcept {
+  if (count_) releaseBlock(block_, count_);
+  block_ = nullptr;
+  count_ = 0;
 }
 
 void* NodeArena::allocate(std::size_t size) noexcept {
@@ -220,44 +235,59 @@ void Node::destroy(Node* node) {
   tPending = node;
   if (tDraining) return;
   tDraining = true;
+  NodeArena::ReleaseBatch batch;
   while (Node* n = tPending) {
     tPending = n->parent_;
     n->parent_ = nullptr;
-    n->releaseOwned();
-    delete n;
+    sweep(n, batch);
   }
+  batch.flush();
   tDraining = false;
 }
 
-void Node::releaseOwned() {
+bool Node::dropTreeRef() {
+  // The last holder needs no atomic write: nobody else can take a reference.
+  if (__atomic_load_n(&refs_, __ATOMIC_ACQUIRE) == 1) return true;
+  std::int32_t left = __atomic_sub_fetch(&refs_, 1, __ATOMIC_ACQ_REL);
+  if (left < 0) std::abort();  // released more often than referenced
+  return left == 0;
+}
+
+// Frees `top` (its count has fallen to zero) and everything it owns that
+// nobody else holds, in one pass in document order, the order in which a
+// parsed tree was placed in its blocks: a node's continuation (its next
+// sibling, or after its last descendant the next sibling of an ancestor) is
+// threaded through the next link of its last child. A node somebody else
+// still holds keeps its subtree and loses its parent and siblings.
+void Node::sweep(Node* top, NodeArena::ReleaseBatch& batch) {
+  Node* cur = top;
+  while (cur) {
+    Node* next = cur->next_;
+    if (Node* first = cur->firstChild_) {
+      cur->lastChild_->next_ = next;
+      next = first;
+    }
+    cur->releaseOwned(batch);
+    cur->~Node();
+    batch.add(cur);
+    // Skip the nodes held elsewhere: they drop the tree's reference.
+    while (next && !next->dropTreeRef()) {
+      Node* after = next->next_;
+      next->next_ = nullptr;
+      next->prev_ = nullptr;
+      next->parent_ = nullptr;
+      next = after;
+    }
+    cur = next;
+  }
+}
+
+void Node::releaseOwned(NodeArena::ReleaseBatch&) {
   if (ChildNodeList* list = childList_) {
     childList_ = nullptr;
     list->detach();
     list->release();
   }
-  // From the last child backwards: each release frees at most one node, as
-  // its next sibling is already gone.
-  Node* c = lastChild_;
-  while (c && c != firstChild_) {
-    Node* prev = c->prev_;
-    c->parent_ = nullptr;
-    c->prev_ = nullptr;
-    prev->next_ = nullptr;
-    c->release();
-    c = prev;
-  }
-  lastChild_ = nullptr;
-  if (Node* first = firstChild_) {
-    firstChild_ = nullptr;
-    first->parent_ = nullptr;
-    first->release();
-  }
-  if (Node* next = next_) {
-    next_ = nullptr;
-    next->prev_ = nullptr;
-    next->release();
-  }
-  prev_ = nullptr;
 }
 
 ZResult Node::queryInterface(const char* iid, zob::IUnknown** out) {

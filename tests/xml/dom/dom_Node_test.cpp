@@ -571,6 +571,52 @@ TEST(DomNodeStorage, NodesKeepTheirContentWhateverIsFreedFirst) {
   EXPECT_EQ(children, (kCount + 2) / 3);
 }
 
+// A dying tree is freed in one pass in document order; whatever somebody
+// still holds stays whole with its subtree and loses parent and siblings,
+// wherever it sits: a last child (through which the pass continues), a node
+// in the middle, a deep node, an attribute.
+TEST(DomNodeStorage, HeldNodesSurviveTheSweep) {
+  zob::Ref<Document> doc = Document::create();
+  auto el = [&](Node* parent, const char* name) {
+    zob::Ref<Element> e = doc->createElement(name);
+    parent->appendChild(e.get());
+    return e.get();
+  };
+  Element* root = el(doc.get(), "root");
+  Element* a = el(root, "a");
+  Element* deep = el(el(a, "a1"), "deep");
+  deep->appendChild(doc->createTextNode("d").get());
+  Element* mid = el(root, "mid");
+  el(mid, "m1");
+  root->appendChild(doc->createTextNode("t").get());
+  Element* last = el(root, "last");
+  el(last, "l1");
+  el(last, "l2")->setAttribute(std::string("k"), std::string("v"));
+  ASSERT_EQ(shape(root), "E(root)[E(a)[E(a1)[E(deep)[T(d)]]],E(mid)[E(m1)],T(t),E(last)[E(l1),E(l2 k=v)]]");
+  zob::Ref<Attr> attr(static_cast<Element*>(last->getLastChild())->getAttributeNode("k"));
+  std::vector<zob::Ref<Node>> kept = {zob::Ref<Node>(deep), zob::Ref<Node>(mid),
+                                      zob::Ref<Node>(last)};
+  doc.reset();
+  const char* shapes[] = {"E(deep)[T(d)]", "E(mid)[E(m1)]", "E(last)[E(l1),E(l2 k=v)]"};
+  for (std::size_t i = 0; i < kept.size(); ++i) {
+    SCOPED_TRACE(shapes[i]);
+    Node* n = kept[i].get();
+    EXPECT_EQ(shape(n), shapes[i]);
+    EXPECT_EQ(n->getRefCount(), 1);
+    EXPECT_EQ(n->getParentNode(), nullptr);
+    EXPECT_EQ(n->getPreviousSibling(), nullptr);
+    EXPECT_EQ(n->getNextSibling(), nullptr);
+  }
+  // The attribute is still its element's (held by the kept last child).
+  EXPECT_EQ(attr->getOwnerElement(), last->getLastChild());
+  EXPECT_EQ(attr->getRefCount(), 2);
+  // A subtree that goes frees the same way; the attribute held alone stays.
+  kept.pop_back();
+  EXPECT_EQ(attr->getOwnerElement(), nullptr);
+  EXPECT_EQ(attr->getRefCount(), 1);
+  EXPECT_EQ(attr->getValue(), "v");
+}
+
 #if defined(__SANITIZE_ADDRESS__)
 #define KELP_TEST_ASAN 1
 #elif defined(__has_feature)

@@ -92,7 +92,7 @@ class KELP_API Document : public Node, public IDomDocument_Adapter {
   ~Document() override;
 
   zob::Ref<Node> cloneShallow(const util::WeakRefBase& document) const override;
-  void releaseOwned() override;
+  void releaseOwned(NodeArena::ReleaseBatch& batch) override;
 
  private:
   friend class Node;

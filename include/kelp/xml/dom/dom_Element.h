@@ -92,7 +92,7 @@ class KELP_API Element : public Node, public IDomElement_Adapter {
   ZResult writeEnd(IXMLWriter* writer) override;
   zob::Ref<Node> cloneShallow(const util::WeakRefBase& document) const override;
   void adoptDocument(const util::WeakRefBase& document) override;
-  void releaseOwned() override;
+  void releaseOwned(NodeArena::ReleaseBatch& batch) override;
 
  private:
   /* The position of `name` in the ordered list, or where it would go. */

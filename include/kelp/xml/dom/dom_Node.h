@@ -73,6 +73,23 @@ class NodeArena {
   /* Frees room from either (null does nothing). */
   static void release(void* p) noexcept;
 
+  /* Frees many pieces of room, counting consecutive ones of one block
+   * against it at once (freeing a tree in placement order takes one atomic
+   * step per block run, not one per node). Flushed on destruction. */
+  class ReleaseBatch {
+   public:
+    ReleaseBatch() = default;
+    ~ReleaseBatch() { flush(); }
+    ReleaseBatch(const ReleaseBatch&) = delete;
+    ReleaseBatch& operator=(const ReleaseBatch&) = delete;
+    void add(void* p) noexcept;
+    void flush() noexcept;
+
+   private:
+    Block* block_ = nullptr;
+    std::int32_t count_ = 0;
+  };
+
  private:
   void close() noexcept;
 
@@ -240,8 +257,10 @@ class KELP_API Node : public IDomNode_Adapter,
   virtual zob::Ref<Node> cloneShallow(const util::WeakRefBase& document) const = 0;
   /* Moves the node (not its children) into `document`. */
   virtual void adoptDocument(const util::WeakRefBase& document);
-  /* Releases what a dying node owns; called before it is deleted. */
-  virtual void releaseOwned();
+  /* Releases what a dying node owns besides its children and next
+   * sibling (which the sweep that frees it takes); called before it is
+   * destroyed. */
+  virtual void releaseOwned(NodeArena::ReleaseBatch& batch);
 
   /* Links `child` (without a parent) before `ref` (null: at the end); the
    * list takes a reference. */
@@ -262,6 +281,9 @@ class KELP_API Node : public IDomNode_Adapter,
 
  private:
   static void destroy(Node* node);
+  static void sweep(Node* top, NodeArena::ReleaseBatch& batch);
+  /* Drops the reference a dying tree held; true when it was the last. */
+  bool dropTreeRef();
   /* Moves a subtree whose document is gone into `document`. */
   static void adoptSubtree(Node* root, const util::WeakRefBase& document);
   bool sameDocument(const Node* other) const;
