@@ -112,10 +112,9 @@ std::size_t kelpWalk(dom::Node* root) {
       case qx::kElementNode: {
         auto* e = static_cast<dom::Element*>(cur);
         sum += e->getTagName().size();
-        for (int i = 0, n = e->getAttributeCount(); i < n; ++i) {
-          dom::Attr* a = e->getAttributeAt(i);
-          sum += a->getName().size() + a->getValue().size();
-        }
+        // By name and value: asking for attribute nodes would make them.
+        for (int i = 0, n = e->getAttributeCount(); i < n; ++i)
+          sum += e->getAttributeName(i).size() + e->getAttributeValue(i).size();
         break;
       }
       case qx::kTextNode:

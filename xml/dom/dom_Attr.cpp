@@ -3,6 +3,7 @@
 #include <kelp/xml/dom/dom_Attr.h>
 
 #include <new>
+#include <utility>
 
 #include <kelp/xml/dom/dom_Element.h>
 
@@ -10,11 +11,8 @@
 
 namespace qor::quv::xml::dom {
 
-Attr::Attr(const util::WeakRefBase& document, const std::string& name, const std::string& value)
-    : Node(document), name_(name), value_(value) {}
-
-Attr::Attr(const util::WeakRefBase& document, const char* name, const char* value)
-    : Node(document), name_(name), value_(value) {}
+Attr::Attr(const util::WeakRefBase& document, std::string name, std::string value)
+    : Node(document), name_(std::move(name)), value_(std::move(value)) {}
 
 Attr::~Attr() = default;
 
