@@ -626,6 +626,24 @@ ZResult Node::insertBeforeChecked(Node* newChild, Node* refChild, bool refIsFore
   return zob::kOk;
 }
 
+ZResult Node::appendHandingOver(Node* child) {
+  if (child && !child->parent_ && !child->firstChild_ && child != this &&
+      child->doc_.getData() == doc_.getData() && mayInsertNode(child)) {
+    // A node without children cannot be an ancestor of this one.
+    child->parent_ = this;
+    child->prev_ = lastChild_;
+    if (lastChild_)
+      lastChild_->next_ = child;
+    else
+      firstChild_ = child;
+    lastChild_ = child;
+    return zob::kOk;
+  }
+  ZResult res = insertBeforeChecked(child, nullptr);
+  if (!EFAILED(res)) child->nodeRelease();  // the tree holds its own
+  return res;
+}
+
 ZResult Node::replaceChildChecked(Node* newChild, Node* oldChild, bool oldIsForeign) {
   if (!newChild || (!oldChild && !oldIsForeign) || newChild == oldChild)
     return zob::kInvalidArgument;

@@ -265,6 +265,26 @@ TEST_F(NodeTest, MovingNodesKeepsCounts) {
   EXPECT_EQ(counts(), (std::vector<std::int32_t>{1, 2, 2, 2, 1}));
 }
 
+// The builder's append hands the caller's reference over on success only,
+// and checks like appendChild whatever the node is.
+TEST_F(NodeTest, AppendHandingOver) {
+  zob::Ref<Document> doc2 = Document::create();
+  zob::Ref<Element> foreign = doc2->createElement("f");
+  EXPECT_EQ(root->appendHandingOver(foreign.get()), zob::kDomWrongDocument);
+  EXPECT_EQ(foreign->getRefCount(), 1);
+  EXPECT_EQ(b->appendHandingOver(root.get()), zob::kDomHierarchyRequest);
+  EXPECT_EQ(doc->appendHandingOver(doc->createTextNode("x").get()), zob::kDomHierarchyRequest);
+  // A node already in the tree moves; the reference handed over stays one.
+  zob::Ref<Element> fresh = doc->createElement("n");
+  ASSERT_EQ(b->appendHandingOver(fresh.get()), zob::kOk);
+  Element* n = fresh.detach();
+  ASSERT_EQ(root->appendHandingOver(b.get()), zob::kOk);
+  b.detach();
+  EXPECT_EQ(shape(root.get()), "E(root)[E(a),T(t),E(b)[E(n)]]");
+  EXPECT_EQ(n->getRefCount(), 1);
+  EXPECT_EQ(root->getLastChild()->getRefCount(), 1);
+}
+
 TEST_F(NodeTest, ChildNodeListIsLiveAndDetaches) {
   ChildNodeList* list = root->getChildNodes();
   ASSERT_NE(list, nullptr);

@@ -222,6 +222,12 @@ class KELP_API Node : public IDomNode_Adapter,
   ZResult insertBeforeChecked(Node* newChild, Node* refChild, bool refIsForeign = false);
   ZResult replaceChildChecked(Node* newChild, Node* oldChild, bool oldIsForeign = false);
   ZResult removeChildChecked(Node* oldChild);
+  /* Appends `child` at the end like insertBeforeChecked, handing the
+   * caller's reference to it over to the tree on success (on failure the
+   * caller keeps it). A builder's way to add a node just made: one without
+   * parent or children of this node's document goes in without further
+   * counting or searching. */
+  ZResult appendHandingOver(Node* child);
   bool hasChildNodes() const { return firstChild_ != nullptr; }
   /* A copy in the same document without a parent; with `deep` the subtree
    * is copied too. An element's copy has copies of its attributes; a
