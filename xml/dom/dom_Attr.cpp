@@ -11,7 +11,7 @@
 
 namespace qor::quv::xml::dom {
 
-Attr::Attr(const util::WeakRefBase& document, std::string name, std::string value)
+Attr::Attr(util::WeakRefData* document, std::string name, std::string value)
     : Node(document), name_(std::move(name)), value_(std::move(value)) {}
 
 Attr::~Attr() = default;
@@ -39,7 +39,7 @@ ZResult Attr::write(IXMLWriter* writer) {
   return writer->stringAttribute(name_.c_str(), value_.c_str());
 }
 
-zob::Ref<Node> Attr::cloneShallow(const util::WeakRefBase& document) const {
+zob::Ref<Node> Attr::cloneShallow(util::WeakRefData* document) const {
   return zob::Ref<Node>(new (arenaOf(document)) Attr(document, name_, value_));
 }
 

@@ -12,7 +12,7 @@
 
 namespace qor::quv::xml::dom {
 
-Element::Element(const util::WeakRefBase& document, std::string tagName)
+Element::Element(util::WeakRefData* document, std::string tagName)
     : Node(document), tagName_(std::move(tagName)), attrMap_(nullptr) {}
 
 Element::~Element() = default;
@@ -243,7 +243,7 @@ AttrNodeMap* Element::getAttributes() {
   return attrMap_;
 }
 
-void Element::adoptDocument(const util::WeakRefBase& document) {
+void Element::adoptDocument(util::WeakRefData* document) {
   Node::adoptDocument(document);
   for (std::uint32_t i = 0; i < attrCount_; ++i)
     if (Attr* a = attrs_[i].node) a->adoptDocument(document);
@@ -266,7 +266,7 @@ ZResult Element::writeEnd(IXMLWriter* writer) {
   return writer->endElement();
 }
 
-zob::Ref<Node> Element::cloneShallow(const util::WeakRefBase& document) const {
+zob::Ref<Node> Element::cloneShallow(util::WeakRefData* document) const {
   zob::Ref<Element> copy(new (arenaOf(document)) Element(document, tagName_));
   if (!copy) return {};
   if (!copy->growAttrs(attrCount_)) return {};

@@ -86,6 +86,7 @@ void unpoison(void* p, std::size_t n) {
 struct NodeArena::Block {
   std::int32_t live;
   std::uint32_t bytes;
+  util::WeakRefData* document;  // counted once for the nodes placed here
 };
 
 namespace {
@@ -97,6 +98,7 @@ void releaseBlock(NodeArena::Block* block, std::int32_t count) noexcept {
   if (left < 0) std::abort();  // more nodes freed than placed: memory is corrupt
   if (left == 0) {
     unpoison(block, block->bytes);
+    if (block->document) block->document->release();
     std::free(block);
   }
 }
@@ -161,7 +163,8 @@ void* NodeArena::allocate(std::size_t size) noexcept {
     void* memory = std::malloc(blockBytes);
     if (!memory) return nullptr;
     close();
-    block_ = new (memory) Block{kOpen, static_cast<std::uint32_t>(blockBytes)};
+    block_ = new (memory) Block{kOpen, static_cast<std::uint32_t>(blockBytes), document_};
+    if (document_) document_->addRef();
     placed_ = 0;
     next_ = static_cast<char*>(memory) + kHeaderBytes;
     end_ = static_cast<char*>(memory) + blockBytes;
@@ -174,6 +177,11 @@ void* NodeArena::allocate(std::size_t size) noexcept {
   h->block = block_;
   h->bytes = bytes;
   return h + 1;
+}
+
+bool NodeArena::blockCounts(const void* p, const util::WeakRefData* document) noexcept {
+  const NodeHeader* h = static_cast<const NodeHeader*>(p) - 1;
+  return h->block && h->block->document == document;
 }
 
 void* Node::operator new(std::size_t size, const std::nothrow_t&) noexcept {
@@ -196,22 +204,36 @@ void Node::operator delete(void* p, NodeArena*) noexcept {
   Node::operator delete(p);
 }
 
-NodeArena* Node::arenaOf(const util::WeakRefBase& document) {
-  void* doc = document.getRef();
+NodeArena* Node::arenaOf(util::WeakRefData* document) {
+  void* doc = document ? document->getRef() : nullptr;
   return doc ? &static_cast<Document*>(doc)->arena_ : nullptr;
 }
 
-Node::Node(const util::WeakRefBase& document)
+// A node is always made through its class's operator new, so its storage
+// header precedes it (the Node part sits at the start of every node class).
+Node::Node(util::WeakRefData* document)
     : refs_(0),
-      doc_(document),
+      docCounted_(false),
+      doc_(nullptr),
       parent_(nullptr),
       firstChild_(nullptr),
       lastChild_(nullptr),
       prev_(nullptr),
       next_(nullptr),
-      childList_(nullptr) {}
+      childList_(nullptr) {
+  setDocument(document);
+}
 
-Node::~Node() = default;
+Node::~Node() {
+  if (docCounted_) doc_->release();
+}
+
+void Node::setDocument(util::WeakRefData* document) {
+  if (docCounted_) doc_->release();
+  doc_ = document;
+  docCounted_ = document && !NodeArena::blockCounts(this, document);
+  if (docCounted_) document->addRef();
+}
 
 // The counts change with the compiler's atomic operations: a reference
 // taken needs no ordering, the last release must see every earlier write.
@@ -521,7 +543,7 @@ AttrNodeMap* Node::getAttributes() {
 }
 
 Document* Node::getOwnerDocument() const {
-  return static_cast<Document*>(doc_.getRef());
+  return doc_ ? static_cast<Document*>(doc_->getRef()) : nullptr;
 }
 
 bool Node::hasAttributes() const {
@@ -543,13 +565,13 @@ bool Node::isChild(const Node* node) const {
 
 bool Node::sameDocument(const Node* other) const {
   // Nodes made by one document share its weak reference block.
-  if (other->doc_.getData() == doc_.getData()) return true;
+  if (other->doc_ == doc_) return true;
   util::EUUID theirs = other->getDocumentId();
   return theirs.isNull() || theirs.compare(getDocumentId()) == 0;
 }
 
 bool Node::needsAdoption(const Node* other) const {
-  return other->doc_.getData() != doc_.getData() && !doc_.isNull() && other->doc_.isNull();
+  return other->doc_ != doc_ && getOwnerDocument() && !other->getOwnerDocument();
 }
 
 void Node::linkBefore(Node* child, Node* ref) {
@@ -628,7 +650,7 @@ ZResult Node::insertBeforeChecked(Node* newChild, Node* refChild, bool refIsFore
 
 ZResult Node::appendHandingOver(Node* child) {
   if (child && !child->parent_ && !child->firstChild_ && child != this &&
-      child->doc_.getData() == doc_.getData() && mayInsertNode(child)) {
+      child->doc_ == doc_ && mayInsertNode(child)) {
     // A node without children cannot be an ancestor of this one.
     child->parent_ = this;
     child->prev_ = lastChild_;
@@ -680,8 +702,8 @@ zob::Ref<Node> Node::removeChild(Node* oldChild) {
   return keep;
 }
 
-void Node::adoptDocument(const util::WeakRefBase& document) {
-  doc_ = document;
+void Node::adoptDocument(util::WeakRefData* document) {
+  setDocument(document);
 }
 
 // ---- copying -----------------------------------------------------------------
@@ -691,7 +713,7 @@ zob::Ref<Node> Node::cloneNode(bool deep) const {
   if (!top || !deep) return top;
   // The copy of a document is a new document: the copies of the children
   // belong to it.
-  const util::WeakRefBase& target = top->doc_;
+  util::WeakRefData* target = top->doc_;
   const Node* src = firstChild_;
   Node* dstParent = top.get();
   while (src) {
@@ -788,7 +810,7 @@ ZResult copyOut(const std::string& text, char** out) {
 
 }  // namespace detail
 
-void Node::adoptSubtree(Node* root, const util::WeakRefBase& document) {
+void Node::adoptSubtree(Node* root, util::WeakRefData* document) {
   Node* cur = root;
   for (;;) {
     cur->adoptDocument(document);

@@ -93,7 +93,7 @@ class KELP_API Element : public Node, public IDomElement_Adapter {
  protected:
   friend class Document;
   friend class AttrNodeMap;
-  Element(const util::WeakRefBase& document, std::string tagName);
+  Element(util::WeakRefData* document, std::string tagName);
   ~Element() override;
 
   /* One attribute: its name and, until a node stands for it, its value. */
@@ -105,8 +105,8 @@ class KELP_API Element : public Node, public IDomElement_Adapter {
 
   ZResult writeStart(IXMLWriter* writer) override;
   ZResult writeEnd(IXMLWriter* writer) override;
-  zob::Ref<Node> cloneShallow(const util::WeakRefBase& document) const override;
-  void adoptDocument(const util::WeakRefBase& document) override;
+  zob::Ref<Node> cloneShallow(util::WeakRefData* document) const override;
+  void adoptDocument(util::WeakRefData* document) override;
   void releaseOwned(NodeArena::ReleaseBatch& batch) override;
 
  private:
