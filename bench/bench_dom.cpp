@@ -315,17 +315,38 @@ std::size_t heapInUse() {
   return m.uordblks + m.hblkhd;
 }
 
+void countNodes(dom::Node* root, std::size_t* elements, std::size_t* texts,
+                std::size_t* attributes) {
+  for (dom::Node* cur = root;;) {
+    if (cur->getNodeType() == qx::kElementNode) {
+      ++*elements;
+      *attributes += static_cast<std::size_t>(static_cast<dom::Element*>(cur)->getAttributeCount());
+    } else if (cur->getNodeType() == qx::kTextNode) {
+      ++*texts;
+    }
+    if (dom::Node* c = cur->getFirstChild()) {
+      cur = c;
+      continue;
+    }
+    while (cur != root && !cur->getNextSibling()) cur = cur->getParentNode();
+    if (cur == root) return;
+    cur = cur->getNextSibling();
+  }
+}
+
 // What a parsed tree keeps on the heap per byte of input, for each parser,
 // and the sizes of kelp's nodes (with their 16-byte storage header).
 void BM_Memory(benchmark::State& state) {
   const double in = static_cast<double>(catalogue().size());
   double kelp = 0, pugi = 0, xml2 = 0;
+  std::size_t elements = 0, texts = 0, attributes = 0;
   for (auto _ : state) {
     qx::DomReader reader(nullptr);
     reader.setFeature(sax::SimpleXMLReader::UseUTF8, true);
     std::size_t before = heapInUse();
     zob::Ref<dom::Document> d = kelpParse(reader);
     kelp = static_cast<double>(heapInUse() - before) / in;
+    countNodes(d.get(), &elements, &texts, &attributes);
     d.reset();
     before = heapInUse();
     auto* p = new pugi::xml_document();
@@ -340,6 +361,9 @@ void BM_Memory(benchmark::State& state) {
   state.counters["kelp_B_per_B"] = kelp;
   state.counters["pugi_B_per_B"] = pugi;
   state.counters["xml2_B_per_B"] = xml2;
+  state.counters["elements"] = static_cast<double>(elements);
+  state.counters["texts"] = static_cast<double>(texts);
+  state.counters["attributes"] = static_cast<double>(attributes);
   state.counters["element_B"] = sizeof(dom::Element) + 16;
   state.counters["text_B"] = sizeof(dom::Text) + 16;
   state.counters["attr_node_B"] = sizeof(dom::Attr) + 16;
