@@ -10,6 +10,8 @@
 #include <ktz/ktz_locale.h>
 #include <vorn/vorn_string.h>
 
+#include "xml/sax/sax_Utf8Validator.h"
+
 namespace qor::quv::xml::sax {
 
 namespace {
@@ -17,6 +19,8 @@ namespace {
 // Bits of the flags word.
 constexpr unsigned kConverting = 0x1;  // a codec decodes the input
 constexpr unsigned kExhausted = 0x2;   // the stream has no more bytes
+constexpr unsigned kValidating = 0x4;  // UTF-8 passes through, checked
+constexpr int kMibUtf8 = 106;
 
 // Raw bytes kept from the start of the input, so that a change of encoding
 // can decode them again.
@@ -98,6 +102,9 @@ struct ISInputSource::Data {
   bool firstConversion = false;  // the next conversion starts the text
   bool finalDone = false;        // the codec has ended the text
   bool errorPending = false;     // a stream error to report on the next fetch
+  // An ill-formed UTF-8 unit, already given its "?", may go on with
+  // continuation bytes in the next block.
+  bool skipContinuations = false;
   // Decoded bytes that did not fit a small fetch.
   char stash[kStashSize];
   std::size_t stashPos = 0;
@@ -167,6 +174,57 @@ struct ISInputSource::Data {
     std::memcpy(buffer, raw + rawPos, n);
     rawPos += n;
     return static_cast<int>(n);
+  }
+
+  // UTF-8 passed through without a codec is checked all the same: each
+  // ill-formed unit becomes one "?", as a UTF-8 decoder would make it.
+  int fetchValidated(char* buffer, std::size_t size) {
+    std::size_t produced = 0;
+    for (;;) {
+      if (skipContinuations) {
+        while (rawPos < rawEnd && (static_cast<unsigned char>(raw[rawPos]) & 0xC0) == 0x80) ++rawPos;
+        if (rawPos < rawEnd) skipContinuations = false;
+      }
+      if (rawPos == rawEnd) {
+        if (produced > 0 || (flags & kExhausted)) break;
+        long n = readBlock(size);
+        if (n < 0) return -1;
+        if (n == 0) flags |= kExhausted;
+        continue;
+      }
+      const std::size_t room = size - produced;
+      if (room == 0) break;
+      const std::size_t left = rawEnd - rawPos;
+      const std::size_t chunk = left < room ? left : room;
+      const std::size_t good = detail::utf8ValidPrefix(raw + rawPos, chunk);
+      std::memcpy(buffer + produced, raw + rawPos, good);
+      produced += good;
+      rawPos += good;
+      if (good == chunk) {
+        if (chunk == left) continue;
+        break;
+      }
+      const int len = detail::utf8Sequence(raw + rawPos, left - good);
+      if (len > 0) break;  // whole, but no room left for it
+      if (len < 0 && !(flags & kExhausted)) {
+        // Cut by the end of what was read: the rest comes with the next block.
+        if (produced > 0) break;
+        long n = readBlock(size);
+        if (n < 0) return -1;
+        if (n == 0) flags |= kExhausted;
+        continue;
+      }
+      std::size_t skip =
+          badUnitLength(kMibUtf8, reinterpret_cast<unsigned char*>(raw + rawPos), rawEnd - rawPos);
+      rawPos += skip;
+      if (rawPos == rawEnd && !(flags & kExhausted)) skipContinuations = true;
+      buffer[produced++] = '?';
+    }
+    return static_cast<int>(produced);
+  }
+
+  int decode(char* buffer, std::size_t size) {
+    return (flags & kConverting) ? fetchConverted(buffer, size) : fetchValidated(buffer, size);
   }
 
   // One call of the codec on the pending raw input.
@@ -264,8 +322,9 @@ bool ISInputSource::setEncoding(const char* from, const char* to) {
   Data* m = m_;
   ktzCloseTextCodec(m->codec);
   m->codec = nullptr;
-  m->flags &= ~kConverting;
+  m->flags &= ~(kConverting | kValidating);
   m->mib = 0;
+  m->skipContinuations = false;
   reset();
   // Decode again from the start of the raw block.
   m->rawPos = 0;
@@ -285,6 +344,8 @@ bool ISInputSource::setEncoding(const char* from, const char* to) {
     m->flags |= kConverting;
     m->mib = ktzCSNameToMIBenum(from);
     m->firstConversion = true;
+  } else if (ktzCSNameToMIBenum(from) == kMibUtf8) {
+    m->flags |= kValidating;
   }
   if (gStrNCaseCmp(from, "UTF-", 4) == 0) {
     for (const ByteOrderMark& mark : kMarks) {
@@ -321,9 +382,9 @@ int ISInputSource::fetch(char* buffer, std::size_t size) {
     m->errorPending = false;
     return -1;
   }
-  if (!(m->flags & kConverting)) return m->fetchRaw(buffer, size);
-  if (size >= kStashSize) return m->fetchConverted(buffer, size);
-  int n = m->fetchConverted(m->stash, kStashSize);
+  if (!(m->flags & (kConverting | kValidating))) return m->fetchRaw(buffer, size);
+  if (size >= kStashSize) return m->decode(buffer, size);
+  int n = m->decode(m->stash, kStashSize);
   if (n <= 0) return n;
   m->stashPos = 0;
   m->stashLen = static_cast<std::size_t>(n);

@@ -242,7 +242,8 @@ TEST(SaxISInputSource, EqualNamesPassBytesThrough) {
   const std::string raw =
       "\xc3"
       "A\xff\xfe";
-  EXPECT_EQ(decode(raw, "UTF-8", "UTF-8", {}), raw);
+  // UTF-8 is checked on its way through: each ill-formed unit is one "?".
+  EXPECT_EQ(decode(raw, "UTF-8", "UTF-8", {}), "?A??");
   EXPECT_EQ(decode(raw, "ISO-8859-1", "ISO-8859-1", {1}), raw);
   // Before any setEncoding nothing is converted either.
   zob::Ref<zob::io::IInputStream> stream(new ChunkedStream(raw, {}));
@@ -446,5 +447,29 @@ TEST(SaxISInputSource, ScannersOnDecodedText) {
     const char* eq[] = {"=\"", nullptr};
     EXPECT_TRUE(in.testPending(eq, "1"));
     EXPECT_EQ(drain(in), "=\"1\"");
+  }
+}
+
+// UTF-8 passing through is checked as a decoder would: each ill-formed unit
+// (a lead byte and the continuation bytes after it) is one "?", wherever
+// the stream's blocks cut it.
+TEST(SaxISInputSource, PassedThroughUtf8IsChecked) {
+  const struct {
+    std::string raw;
+    std::string expected;
+  } cases[] = {
+      {"a\xC0\xBC" "b", "a?b"},
+      {"a\xED\xA0\x80" "b", "a?b"},
+      {"a\xF4\x90\x80\x80" "b", "a?b"},
+      {"a\x80\x80\x80" "b", "a?b"},
+      {"a\xE2\x82" "b\xE2\x82", "a?b?"},
+      {"\xC3\xA9\xE2\x82\xAC\xF0\x9D\x84\x9E", "\xC3\xA9\xE2\x82\xAC\xF0\x9D\x84\x9E"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::PrintToString(c.raw));
+    for (const auto& blocks : kelp::test::blockPatterns()) {
+      SCOPED_TRACE(trace(blocks));
+      EXPECT_EQ(decode(c.raw, "UTF-8", "UTF-8", blocks), c.expected);
+    }
   }
 }
