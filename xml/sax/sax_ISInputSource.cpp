@@ -20,6 +20,7 @@ namespace {
 constexpr unsigned kConverting = 0x1;  // a codec decodes the input
 constexpr unsigned kExhausted = 0x2;   // the stream has no more bytes
 constexpr unsigned kValidating = 0x4;  // UTF-8 passes through, checked
+constexpr unsigned kToUtf8 = 0x8;      // a codec decodes into UTF-8
 constexpr int kMibUtf8 = 106;
 
 // Raw bytes kept from the start of the input, so that a change of encoding
@@ -224,7 +225,27 @@ struct ISInputSource::Data {
   }
 
   int decode(char* buffer, std::size_t size) {
-    return (flags & kConverting) ? fetchConverted(buffer, size) : fetchValidated(buffer, size);
+    if (!(flags & kConverting)) return fetchValidated(buffer, size);
+    int n = fetchConverted(buffer, size);
+    if (n > 0 && (flags & kToUtf8)) n = static_cast<int>(repairUtf8(buffer, static_cast<std::size_t>(n)));
+    return n;
+  }
+
+  // The codecs' own idea of UTF-8 is wider than RFC 3629 (five- and
+  // six-byte forms, values beyond U+10FFFF from UCS-4): what they make is
+  // checked as well, each ill-formed unit made one "?" in place.
+  static std::size_t repairUtf8(char* buffer, std::size_t n) {
+    std::size_t r = detail::utf8ValidPrefix(buffer, n);
+    std::size_t w = r;
+    while (r < n) {
+      r += badUnitLength(kMibUtf8, reinterpret_cast<unsigned char*>(buffer + r), n - r);
+      buffer[w++] = '?';
+      std::size_t good = detail::utf8ValidPrefix(buffer + r, n - r);
+      std::memmove(buffer + w, buffer + r, good);
+      w += good;
+      r += good;
+    }
+    return w;
   }
 
   // One call of the codec on the pending raw input.
@@ -322,7 +343,7 @@ bool ISInputSource::setEncoding(const char* from, const char* to) {
   Data* m = m_;
   ktzCloseTextCodec(m->codec);
   m->codec = nullptr;
-  m->flags &= ~(kConverting | kValidating);
+  m->flags &= ~(kConverting | kValidating | kToUtf8);
   m->mib = 0;
   m->skipContinuations = false;
   reset();
@@ -342,6 +363,7 @@ bool ISInputSource::setEncoding(const char* from, const char* to) {
   if (std::strcmp(from, to) != 0) {
     if (EFAILED(ktzOpenTextCodec(from, to, &m->codec))) return false;
     m->flags |= kConverting;
+    if (ktzCSNameToMIBenum(to) == kMibUtf8) m->flags |= kToUtf8;
     m->mib = ktzCSNameToMIBenum(from);
     m->firstConversion = true;
   } else if (ktzCSNameToMIBenum(from) == kMibUtf8) {

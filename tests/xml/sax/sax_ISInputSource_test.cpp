@@ -473,3 +473,11 @@ TEST(SaxISInputSource, PassedThroughUtf8IsChecked) {
     }
   }
 }
+
+// What a codec makes into UTF-8 is held to the same rule: forms that the
+// codec's own decoders accept (five-byte sequences, UCS-4 values beyond
+// U+10FFFF) arrive as "?".
+TEST(SaxISInputSource, CodecOutputIsWellFormedUtf8) {
+  EXPECT_EQ(decode("a\xF8\x88\x80\x80\x80" "b", "utf-8", "UTF-8", {}), "a?b");
+  EXPECT_EQ(decode(std::string("\0\0\0a\0\x20\0\0\0\0\0b", 12), "UCS-4", "UTF-8", {}), "a?b");
+}
