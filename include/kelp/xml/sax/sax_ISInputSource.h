@@ -21,7 +21,9 @@
  * without a codec (`from` and `to` both UTF-8) is checked all the same:
  * each ill-formed sequence (an overlong form, a surrogate, a value beyond
  * U+10FFFF, a truncated sequence, a stray continuation byte) becomes one
- * "?", so a reader never sees ill-formed UTF-8.
+ * "?", so a reader never sees ill-formed UTF-8. What a codec makes into
+ * UTF-8 is held to the same rule (the platform's decoders accept wider
+ * forms, such as UCS-4 values beyond U+10FFFF).
  *
  * The source holds a reference to an object-model stream; a standard
  * stream is deleted at the end only when the source owns it. One thread at
