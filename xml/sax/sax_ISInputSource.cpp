@@ -177,15 +177,19 @@ struct ISInputSource::Data {
     return static_cast<int>(n);
   }
 
+  // The rest of an ill-formed UTF-8 unit whose "?" went out with the
+  // previous block.
+  void skipPendingContinuations() {
+    while (rawPos < rawEnd && (static_cast<unsigned char>(raw[rawPos]) & 0xC0) == 0x80) ++rawPos;
+    if (rawPos < rawEnd) skipContinuations = false;
+  }
+
   // UTF-8 passed through without a codec is checked all the same: each
   // ill-formed unit becomes one "?", as a UTF-8 decoder would make it.
   int fetchValidated(char* buffer, std::size_t size) {
     std::size_t produced = 0;
     for (;;) {
-      if (skipContinuations) {
-        while (rawPos < rawEnd && (static_cast<unsigned char>(raw[rawPos]) & 0xC0) == 0x80) ++rawPos;
-        if (rawPos < rawEnd) skipContinuations = false;
-      }
+      if (skipContinuations) skipPendingContinuations();
       if (rawPos == rawEnd) {
         if (produced > 0 || (flags & kExhausted)) break;
         long n = readBlock(size);
@@ -272,6 +276,7 @@ struct ISInputSource::Data {
       return static_cast<int>(produced);
     };
     while (produced < size) {
+      if (skipContinuations) skipPendingContinuations();
       if (rawPos == rawEnd) {
         if (flags & kExhausted) {
           if (!finalDone) {
@@ -312,6 +317,7 @@ struct ISInputSource::Data {
         std::size_t skip =
             badUnitLength(mib, reinterpret_cast<unsigned char*>(raw + rawPos), rawEnd - rawPos);
         rawPos += skip;
+        if (mib == kMibUtf8 && rawPos == rawEnd && !(flags & kExhausted)) skipContinuations = true;
         buffer[produced++] = '?';
         continue;
       }

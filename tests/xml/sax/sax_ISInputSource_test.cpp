@@ -452,7 +452,8 @@ TEST(SaxISInputSource, ScannersOnDecodedText) {
 
 // UTF-8 passing through is checked as a decoder would: each ill-formed unit
 // (a lead byte and the continuation bytes after it) is one "?", wherever
-// the stream's blocks cut it.
+// the stream's blocks cut it; the same with a codec ("utf-8" differs from
+// "UTF-8").
 TEST(SaxISInputSource, PassedThroughUtf8IsChecked) {
   const struct {
     std::string raw;
@@ -470,6 +471,7 @@ TEST(SaxISInputSource, PassedThroughUtf8IsChecked) {
     for (const auto& blocks : kelp::test::blockPatterns()) {
       SCOPED_TRACE(trace(blocks));
       EXPECT_EQ(decode(c.raw, "UTF-8", "UTF-8", blocks), c.expected);
+      EXPECT_EQ(decode(c.raw, "utf-8", "UTF-8", blocks), c.expected);
     }
   }
 }
