@@ -3,8 +3,8 @@
 # root): compilers, CMake, Ninja, GoogleTest, Google Benchmark, the system
 # libraries the platform is built on, the benchmark peers, the test oracles
 # (Eigen for the geometry tests), the checkers of the packages and the manual
-# page (lintian, groff), the coverage report (gcovr), and the locales the tests switch to. Does nothing
-# that is already done.
+# page (lintian, groff), the coverage report (gcovr), and the locales the
+# tests switch to. Does nothing that is already done.
 set -euo pipefail
 
 packages=(
