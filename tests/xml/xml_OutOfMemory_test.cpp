@@ -58,10 +58,7 @@ class Counter : public sax::DefaultHandler {
 
 // The reader reports an allocation failure as its fatal error "out of
 // memory".
-// Disabled until the reader turns allocation failures into that fatal
-// error: std::bad_alloc escapes SimpleXMLReader::parse from its first
-// allocation on (the namespace bindings that resetBindings makes).
-TEST(OutOfMemoryTest, DISABLED_ReaderFailsCleanly) {
+TEST(OutOfMemoryTest, ReaderFailsCleanly) {
   int failures = forEachAllocationFailure([] {
     Counter counter;
     bool ok;
@@ -85,13 +82,8 @@ TEST(OutOfMemoryTest, DISABLED_ReaderFailsCleanly) {
   EXPECT_GT(failures, 0);
 }
 
-// Disabled: std::bad_alloc still escapes DomReader::readString (through the
-// reader) until the reader and the DOM builder turn it into their "out of
-// memory" error.
-// Disabled until the DOM builder reports allocation failures as its "out of
-// memory" error: std::bad_alloc escapes DomReader::readString (first from
-// the input source it makes for the text, then through the reader).
-TEST(OutOfMemoryTest, DISABLED_DomReaderFailsCleanly) {
+// The DOM builder reports an allocation failure as its "out of memory" error.
+TEST(OutOfMemoryTest, DomReaderFailsCleanly) {
   int failures = forEachAllocationFailure([] {
     DomReader reader(nullptr);
     std::string text = kDoc;

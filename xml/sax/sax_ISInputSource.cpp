@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <istream>
+#include <new>
 
 #include <ktz/ktz_codec.h>
 #include <ktz/ktz_locale.h>
@@ -334,11 +335,15 @@ ISInputSource::ISInputSource(const std::string& publicId, const std::string& sys
   if (stream) stream->_comAddRef();
 }
 
+// A stream handed over is the source's from the call on, also when making
+// the source fails for want of memory.
 ISInputSource::ISInputSource(const std::string& publicId, const std::string& systemId,
-                             std::istream* stream, bool own)
+                             std::istream* stream, bool own) try
     : SimpleInputSource(publicId, systemId), m_(new Data) {
   m_->istream = stream;
   m_->ownIStream = own;
+} catch (...) {
+  if (own) delete stream;
 }
 
 ISInputSource::~ISInputSource() {
@@ -367,7 +372,10 @@ bool ISInputSource::setEncoding(const char* from, const char* to) {
   }
   if (!from || !*from) return false;
   if (std::strcmp(from, to) != 0) {
-    if (EFAILED(ktzOpenTextCodec(from, to, &m->codec))) return false;
+    const ZResult opened = ktzOpenTextCodec(from, to, &m->codec);
+    // Out of memory is not an unknown encoding: the reader reports it as such.
+    if (opened == zob::kOutOfMemory) throw std::bad_alloc();
+    if (EFAILED(opened)) return false;
     m->flags |= kConverting;
     if (ktzCSNameToMIBenum(to) == kMibUtf8) m->flags |= kToUtf8;
     m->mib = ktzCSNameToMIBenum(from);

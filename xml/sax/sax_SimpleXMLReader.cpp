@@ -1997,12 +1997,18 @@ struct SimpleXMLReader::Data {
   }
 
   void declare(const std::string& key, Entity* entity) {
+    // Held here until the map holds it: an insert that runs out of memory
+    // must not lose the entity.
     entity->addRef();
+    struct Hold {
+      Entity* e;
+      ~Hold() { e->release(); }
+    } hold{entity};
     auto [it, inserted] = entities.try_emplace(key, Declared{entity, nullptr});
-    if (inserted)
+    if (inserted) {
+      entity->addRef();
       it->second.internal = dynamic_cast<InternalEntity*>(entity);
-    else
-      entity->release();
+    }
   }
 
   // After "<!ENTITY".

@@ -95,7 +95,14 @@ int StackedInputSource::fetch(char* buffer, std::size_t size) {
 }
 
 void StackedInputSource::push(InputSource* source) {
-  if (source) sources_.push_back(source);
+  if (!source) return;
+  // The source is ours from the call on, also when the stack cannot grow.
+  try {
+    sources_.push_back(source);
+  } catch (...) {
+    delete source;
+    throw;
+  }
 }
 
 bool StackedInputSource::pop() {

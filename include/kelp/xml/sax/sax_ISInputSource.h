@@ -62,7 +62,9 @@ class KELP_API ISInputSource : public SimpleInputSource {
    * null `to` means the charset of the current locale, or "US-ASCII" when
    * that is unknown. False only when no codec from `from` to `to` can be
    * opened (a null or empty `from` included); decoding then passes bytes
-   * through unchanged. */
+   * through unchanged. Throws std::bad_alloc when the codec cannot be made
+   * for want of memory, as the source's other allocating calls do; the
+   * reader turns that into its "out of memory" error. */
   bool setEncoding(const char* from, const char* to) override;
   /* Decoded input: up to size bytes, 0 at the end, -1 on a stream error. */
   int fetch(char* buffer, std::size_t size) override;
