@@ -7,8 +7,7 @@
 
 namespace qor::quv::basket {
 
-bool ETaxRecord::parseRate(const std::string& unit, const std::string& value,
-                           std::string* error) {
+bool ETaxRecord::parseRate(const std::string& unit, const std::string& value, std::string* error) {
   auto fail = [&](const std::string& m) {
     if (error) *error = m;
     return false;
@@ -18,8 +17,7 @@ bool ETaxRecord::parseRate(const std::string& unit, const std::string& value,
   if (!detail::readDecimal(value, &d) || ktzDec128SignBit(d))
     return fail("tax rate '" + value + "' must be a number of 0 or more");
   if (unit == "%") {
-    if (d > ktz::decimal::decimal128(100))
-      return fail("tax rate '" + value + "' is above 100 %");
+    if (d > ktz::decimal::decimal128(100)) return fail("tax rate '" + value + "' is above 100 %");
     rate = util::ECurrency(util::ECurrency::Percent, d);
     weightUnit.clear();
     if (kind == CIT_UnitTax) kind = CIT_Tax;

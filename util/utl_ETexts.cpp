@@ -38,7 +38,7 @@ std::string ETexts::getLang(int index) const {
   char buffer[3];
   if (!set_ || !set_->getLang(index, buffer)) return std::string();
   return util::TrStrSet::mkLangId(buffer) == util::TrStrSet::DEFAULT_LANG_ID ? std::string()
-                                                                          : std::string(buffer);
+                                                                             : std::string(buffer);
 }
 
 std::string ETexts::getText(int index) const {

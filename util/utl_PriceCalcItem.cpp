@@ -106,8 +106,8 @@ bool PriceCalcItem::decodeAttributes(const xml::sax::Attributes& attrs, std::str
 }
 
 bool PriceCalcItem::operator==(const PriceCalcItem& o) const {
-  return type_ == o.type_ && value_ == o.value_ && label_ == o.label_ &&
-         taxClass_ == o.taxClass_ && minQuantity_ == o.minQuantity_;
+  return type_ == o.type_ && value_ == o.value_ && label_ == o.label_ && taxClass_ == o.taxClass_ &&
+         minQuantity_ == o.minQuantity_;
 }
 
 }  // namespace qor::quv::basket

@@ -1,0 +1,579 @@
+// PriceCalculation: the price of a basket, step by step in exact decimal
+// arithmetic, each step recorded as an entry; and the update check of a
+// saved basket against a catalogue.
+#include <kelp/util/utl_PriceCalculation.h>
+
+#include <algorithm>
+
+#include <kelp/util/utl_Decimal.h>
+
+namespace qor::quv::basket {
+
+namespace {
+
+using dec = ktz::decimal::decimal128;
+using util::ECurrency;
+
+// 10^n, exactly.
+dec power10(int n) {
+  return ktzDec128ScaleB(dec(1), n);
+}
+
+dec percentOf(const dec& x, const dec& p) {
+  return x * ktzDec128ScaleB(p, -2);
+}
+
+// A number as written, without the ".0" the automatic form adds to integers.
+std::string numberText(const dec& x) {
+  std::string s = util::formatDecimalCString(x, -1);
+  if (s.size() > 2 && s.compare(s.size() - 2, 2, ".0") == 0) s.resize(s.size() - 2);
+  return s;
+}
+
+bool magnitudeAbove(const dec& x, const dec& limit) {
+  return !ktzDec128IsFinite(x) || x > limit || x < -limit;
+}
+
+// One priced line, kept for the unit taxes of its class.
+struct Line {
+  const Article* article;
+  EPositionNumber position;
+  dec quantity;
+  std::string taxClass;
+};
+
+class Run {
+ public:
+  Run(const Catalogue& cat, const PriceConfiguration& cfg, PriceResult& res)
+      : cat_(cat), cfg_(cfg), res_(res) {}
+
+  void price(const Basket& basket) {
+    if (!setUp()) return;
+    for (const BasketItem& item : basket.items) priceItem(item, dec(1));
+    std::sort(res_.items.begin(), res_.items.end(),
+              [](const ItemPrice& a, const ItemPrice& b) { return a.position < b.position; });
+    std::sort(lines_.begin(), lines_.end(),
+              [](const Line& a, const Line& b) { return a.position < b.position; });
+    for (const ItemPrice& ip : res_.items)
+      if (!ip.setHeader) addToClass(ip.taxClass, ip.net.amount);
+    basketLevel(basket);
+    taxes();
+    totals(basket);
+    if (!res_.faults.empty()) {
+      res_.entries.clear();
+      res_.netByClass.clear();
+      res_.netTotal = res_.taxTotal = res_.grossTotal = res_.payable = res_.due = ECurrency::Null;
+    }
+  }
+
+ private:
+  // --- set-up and helpers -----------------------------------------------------
+
+  bool setUp() {
+    k_ = cfg_.currency;
+    d_ =
+        util::Funcs::isValidCurrencyCode(k_) ? ECurrency::getDefaultFractionDigits(k_.c_str()) : -1;
+    if (d_ < 0) {
+      fault(EPositionNumber(), "currency '" + k_ + "' is not money");
+      return false;
+    }
+    if (!cfg_.priceDate.isValid()) {
+      fault(EPositionNumber(), "price date '" + cfg_.priceDate.formatString() + "' is not valid");
+      return false;
+    }
+    unit_ = ECurrency::makeUnit(k_.c_str());
+    date_ = cfg_.priceDate.formatString();
+    maxAmount_ = power10(15);
+    maxQuantity_ = power10(9);
+    maxTotal_ = power10(28);
+    return true;
+  }
+
+  void fault(const EPositionNumber& position, const std::string& message) {
+    res_.faults.push_back(PriceFault{position, message});
+  }
+
+  dec round(const dec& x) const { return util::roundMoney(x, d_, cfg_.roundingMode); }
+  ECurrency money(const dec& x) const { return ECurrency(unit_, x); }
+  std::string text(const dec& x) const { return util::formatDecimalCString(x, d_); }
+
+  PriceCalcEntry entry(CalcItemType type, const EPositionNumber& pos, const std::string& label,
+                       const dec* base, const dec* amount, const dec* net,
+                       const std::string& taxClass = std::string()) const {
+    PriceCalcEntry e;
+    e.type = type;
+    e.position = pos;
+    e.label = label;
+    if (base) e.base = money(*base);
+    if (amount) e.amount = money(*amount);
+    if (net) e.net = money(*net);
+    e.taxClass = taxClass;
+    return e;
+  }
+
+  std::string labelOf(const PriceCalcItem& ci) const {
+    return ci.getLabel().get(cat_.lang.c_str());
+  }
+  static std::string kindOf(const PriceCalcItem& ci) {
+    return std::string("calc item '") + calcItemTypeName(ci.getType()) + "'";
+  }
+
+  // A percentage of the calc item within [low, high]; false after a fault.
+  bool percentage(const PriceCalcItem& ci, const EPositionNumber& pos, int low, int high, dec* p) {
+    const ECurrency& v = ci.getValue();
+    if (!v.isRelative()) {
+      fault(pos, kindOf(ci) + " needs a percentage");
+      return false;
+    }
+    if (!ktzDec128IsFinite(v.amount) || v.amount < dec(low) || v.amount > dec(high)) {
+      fault(pos, kindOf(ci) + ": percentage " + numberText(v.amount) + " is out of range (" +
+                     std::to_string(low) + " to " + std::to_string(high) + ")");
+      return false;
+    }
+    *p = v.amount;
+    return true;
+  }
+
+  // An amount in K within [0, 10^15]; false after a fault.
+  bool amountInK(const ECurrency& v, const std::string& what, const EPositionNumber& pos, dec* a) {
+    if (!v.isAbsolute()) {
+      fault(pos, what + " needs an amount in " + k_);
+      return false;
+    }
+    if (v.getUnit() != k_) {
+      fault(pos, what + " is in " + v.getUnit() + ", not in the basket's " + k_);
+      return false;
+    }
+    if (magnitudeAbove(v.amount, maxAmount_) || v.amount < dec(0)) {
+      fault(pos, what + ": amount " + numberText(v.amount) + " is out of range (0 to 10^15)");
+      return false;
+    }
+    *a = v.amount;
+    return true;
+  }
+
+  // --- items (steps 1 to 5) -------------------------------------------------------
+
+  void priceItem(const BasketItem& item, const dec& parentQuantity) {
+    const EPositionNumber& pos = item.position;
+    const std::size_t faultsBefore = res_.faults.size();
+    dec q = item.quantity * parentQuantity;
+    if (!ktzDec128IsFinite(item.quantity) || !(item.quantity > dec(0))) {
+      fault(pos, "quantity " + numberText(item.quantity) + " must be above 0");
+      q = parentQuantity;
+    } else if (magnitudeAbove(q, maxQuantity_)) {
+      fault(pos, "quantity " + numberText(q) +
+                     " is out of range (at most 10^9 with the quantities of its set)");
+      q = parentQuantity;
+    }
+    const Article* article = cat_.findArticle(item.articleId);
+    const ArticlePrice* price = nullptr;
+    if (!article) {
+      fault(pos, "article '" + item.articleId + "' is not in the catalogue");
+    } else if (!article->isValidOn(cfg_.priceDate)) {
+      fault(pos, "article '" + item.articleId + "' is not valid on " + date_);
+    } else {
+      price = article->findPrice(k_, cfg_.priceDate);
+      if (!price && !(article->prices.empty() && !item.children.empty()))
+        fault(pos, "article '" + item.articleId + "' has no price in " + k_ + " valid on " + date_);
+    }
+    // A line with a faulty quantity is still priced, for its other faults.
+    if (article && (price || res_.faults.size() == faultsBefore)) {
+      ItemPrice ip;
+      ip.position = pos;
+      ip.id = item.id;
+      ip.articleId = item.articleId;
+      ip.taxClass = article->taxClass;
+      if (!price) {
+        ip.setHeader = true;
+        res_.items.push_back(std::move(ip));
+      } else if (priceLine(item, *article, *price, q, ip) && res_.faults.size() == faultsBefore) {
+        lines_.push_back(Line{article, pos, q, article->taxClass});
+        res_.items.push_back(std::move(ip));
+      }
+    }
+    for (const BasketItem& child : item.children) priceItem(child, q);
+  }
+
+  // The chosen value of each choice of the article, the defaults filled in.
+  bool chosenValues(const BasketItem& item, const Article& a,
+                    std::vector<const ChoiceValue*>* values) {
+    bool ok = true;
+    for (const BasketItem::ChosenValue& c : item.choices) {
+      const Choice* choice = a.findChoice(c.first);
+      if (!choice) {
+        fault(item.position, "article '" + a.id + "' has no choice '" + c.first + "'");
+        ok = false;
+      } else if (!choice->findValue(c.second)) {
+        fault(item.position, "choice '" + c.first + "' has no value '" + c.second + "'");
+        ok = false;
+      }
+    }
+    for (const Choice& choice : a.choices) {
+      const std::string* v = item.chosen(choice.id);
+      if (!v && !choice.defaultValue.empty()) v = &choice.defaultValue;
+      if (!v) {
+        if (choice.required) {
+          fault(item.position, "choice '" + choice.id + "' needs a value");
+          ok = false;
+        }
+        continue;
+      }
+      if (const ChoiceValue* value = choice.findValue(*v)) {
+        values->push_back(value);
+      } else if (v == &choice.defaultValue) {
+        fault(item.position,
+              "choice '" + choice.id + "': default value '" + *v + "' does not exist");
+        ok = false;
+      }
+    }
+    return ok;
+  }
+
+  bool priceLine(const BasketItem& item, const Article& a, const ArticlePrice& price, const dec& q,
+                 ItemPrice& ip) {
+    const EPositionNumber& pos = item.position;
+    // 1. The list price.
+    const dec list = price.base.amount;
+    if (magnitudeAbove(list, maxAmount_) || list < dec(0)) {
+      fault(pos, "list price " + numberText(list) + " " + k_ + " is out of range (0 to 10^15)");
+      return false;
+    }
+    dec amount = list;
+    ip.entries.push_back(
+        entry(CIT_ListPrice, pos, a.names.get(cat_.lang.c_str()), nullptr, &list, &amount));
+    // 2. The chosen values: absolute effects in K, percentages of L.
+    std::vector<const ChoiceValue*> values;
+    if (!chosenValues(item, a, &values)) return false;
+    for (const ChoiceValue* v : values) {
+      for (const ECurrency& e : v->effects) {
+        dec add;
+        CalcItemType kind;
+        if (e.isRelative()) {
+          if (magnitudeAbove(e.amount, dec(1000)) || e.amount < dec(-100)) {
+            fault(pos, "value '" + v->id + "': percentage " + numberText(e.amount) +
+                           " is out of range (-100 to 1000)");
+            return false;
+          }
+          add = percentOf(list, e.amount);
+          kind = CIT_OptionPercentSurcharge;
+        } else if (e.isAbsolute() && e.getUnit() == k_) {
+          if (magnitudeAbove(e.amount, maxAmount_)) {
+            fault(pos,
+                  "value '" + v->id + "': amount " + numberText(e.amount) + " is out of range");
+            return false;
+          }
+          add = e.amount;
+          kind = CIT_OptionSurcharge;
+        } else {
+          continue;  // an effect in another currency
+        }
+        const dec before = amount;
+        amount = amount + add;
+        ip.entries.push_back(
+            entry(kind, pos, v->label.get(cat_.lang.c_str()), &before, &add, &amount));
+      }
+    }
+    // 3. The price's calc items on the running amount.
+    for (const PriceCalcItem& ci : price.calcItems) {
+      const dec before = amount;
+      dec p;
+      switch (ci.getType()) {
+        case CIT_PercentSurcharge:
+          if (!percentage(ci, pos, 0, 1000, &p)) return false;
+          amount = amount * (dec(1) + ktzDec128ScaleB(p, -2));
+          break;
+        case CIT_PercentDiscount:
+          if (!percentage(ci, pos, 0, 100, &p)) return false;
+          amount = amount * (dec(1) - ktzDec128ScaleB(p, -2));
+          break;
+        case CIT_AbsoluteDiscount:
+          if (!amountInK(ci.getValue(), kindOf(ci), pos, &p)) return false;
+          amount = amount - p;
+          break;
+        case CIT_Text:
+          ip.entries.push_back(entry(CIT_Text, pos, labelOf(ci), nullptr, nullptr, nullptr));
+          continue;
+        default:
+          fault(pos, kindOf(ci) + " is not allowed in a price");
+          return false;
+      }
+      const dec change = amount - before;
+      ip.entries.push_back(entry(ci.getType(), pos, labelOf(ci), &before, &change, &amount));
+    }
+    // 4. The unit price.
+    const dec unitPrice = round(amount);
+    if (!ktzDec128IsFinite(unitPrice)) {
+      fault(pos, "unit price is out of range");
+      return false;
+    }
+    if (unitPrice < dec(0)) {
+      fault(pos, "unit price is negative (" + text(unitPrice) + ")");
+      return false;
+    }
+    if (!(unitPrice == amount)) {
+      const dec change = unitPrice - amount;
+      ip.entries.push_back(entry(CIT_Rounding, pos, std::string(), &amount, &change, &unitPrice));
+    }
+    // 5. The line net and its quantity tier.
+    dec net = round(unitPrice * q);
+    ip.entries.push_back(entry(CIT_Subtotal, pos, std::string(), &unitPrice, &net, &net));
+    const PriceCalcItem* tier = nullptr;
+    for (const PriceCalcItem& t : a.tiers)
+      if (t.getType() == CIT_QuantityDiscount && t.getMinQuantity() <= q &&
+          (!tier || t.getMinQuantity() > tier->getMinQuantity()))
+        tier = &t;
+    if (tier) {
+      dec p;
+      if (!percentage(*tier, pos, 0, 100, &p)) return false;
+      const dec before = net;
+      const dec off = -round(percentOf(net, p));
+      net = net + off;
+      ip.entries.push_back(entry(CIT_QuantityDiscount, pos, labelOf(*tier), &before, &off, &net));
+    }
+    ip.unitPrice = money(unitPrice);
+    ip.net = money(net);
+    return true;
+  }
+
+  // --- the basket (steps 6 to 8) -----------------------------------------------
+
+  void addToClass(const std::string& taxClass, const dec& x) {
+    auto it = res_.netByClass.find(taxClass);
+    dec sum = it == res_.netByClass.end() ? x : it->second.amount + x;
+    if (magnitudeAbove(sum, maxTotal_)) {
+      if (!overflowReported_)
+        fault(EPositionNumber(), "the net of tax class '" + taxClass + "' is out of range");
+      overflowReported_ = true;
+      return;
+    }
+    res_.netByClass[taxClass] = money(sum);
+  }
+
+  dec netSum() const {
+    dec s;
+    for (const auto& [c, v] : res_.netByClass) s = s + v.amount;
+    return s;
+  }
+
+  void discount(CalcItemType kind, const dec& p, const std::string& label) {
+    for (auto& [c, v] : res_.netByClass) {
+      const dec before = v.amount;
+      const dec off = -round(percentOf(before, p));
+      v = money(before + off);
+      const dec total = netSum();
+      res_.entries.push_back(entry(kind, EPositionNumber(), label, &before, &off, &total, c));
+    }
+  }
+
+  void configuredDiscount(CalcItemType kind, const ECurrency& value) {
+    if (value.isNull()) return;
+    PriceCalcItem ci(kind, value);
+    dec p;
+    if (percentage(ci, EPositionNumber(), 0, 100, &p)) discount(kind, p, std::string());
+  }
+
+  void basketLevel(const Basket& basket) {
+    configuredDiscount(CIT_CustomerDiscount, cfg_.customerDiscount);
+    configuredDiscount(CIT_ProjectDiscount, cfg_.projectDiscount);
+    const EPositionNumber none;
+    for (const PriceCalcItem& ci : basket.calcItems) {
+      dec x;
+      switch (ci.getType()) {
+        case CIT_CustomerDiscount:
+        case CIT_ProjectDiscount:
+          if (percentage(ci, none, 0, 100, &x)) discount(ci.getType(), x, labelOf(ci));
+          break;
+        case CIT_Freight:
+        case CIT_Packaging:
+        case CIT_Service:
+        case CIT_Installation:
+        case CIT_Disposal:
+          if (amountInK(ci.getValue(), kindOf(ci), none, &x)) {
+            const auto it = res_.netByClass.find(ci.getTaxClass());
+            const dec before = it == res_.netByClass.end() ? dec(0) : it->second.amount;
+            addToClass(ci.getTaxClass(), x);
+            const dec total = netSum();
+            res_.entries.push_back(
+                entry(ci.getType(), none, labelOf(ci), &before, &x, &total, ci.getTaxClass()));
+          }
+          break;
+        case CIT_Subtotal:
+        case CIT_GroupSubtotal: {
+          const dec total = netSum();
+          res_.entries.push_back(entry(ci.getType(), none, labelOf(ci), nullptr, &total, &total));
+          break;
+        }
+        case CIT_Text:
+          res_.entries.push_back(entry(CIT_Text, none, labelOf(ci), nullptr, nullptr, nullptr));
+          break;
+        case CIT_PaymentDiscount:
+        case CIT_PaymentDiscountAbsolute:
+        case CIT_Deposit:
+          break;  // after the totals
+        default:
+          fault(none, kindOf(ci) + " is not allowed in a basket");
+      }
+    }
+  }
+
+  void taxes() {
+    for (const auto& [c, v] : res_.netByClass) {
+      for (const ETaxRecord* r : cat_.taxTable.findAll(c, cfg_.taxCountry, cfg_.priceDate)) {
+        if (r->weightUnit.empty()) {
+          const dec base = v.amount;
+          const dec tax = round(percentOf(base, r->rate.amount));
+          taxSum_ = taxSum_ + tax;
+          res_.entries.push_back(entry(r->kind == CIT_ReducedTax ? CIT_ReducedTax : CIT_Tax,
+                                       EPositionNumber(), std::string(), &base, &tax, nullptr, c));
+          continue;
+        }
+        for (const Line& line : lines_) {
+          if (line.taxClass != c) continue;
+          if (r->rate.getUnit() != k_) {
+            fault(line.position, "unit tax of tax class '" + c + "' is in " + r->rate.getUnit() +
+                                     ", not in the basket's " + k_);
+            continue;
+          }
+          ktz::decimal::decimal64 w = line.article->weight;
+          std::string unit = line.article->weightUnit;
+          if (ktzDec128IsZero(dec(w)) || unit.empty()) {
+            fault(line.position, "article '" + line.article->id +
+                                     "' has no weight for the unit tax of tax class '" + c + "'");
+            continue;
+          }
+          if (!util::Funcs::convertWeight(&w, &unit, r->weightUnit)) {
+            fault(line.position,
+                  "weight unit '" + unit + "' cannot be converted to '" + r->weightUnit + "'");
+            continue;
+          }
+          const dec weight = dec(w) * line.quantity;
+          const dec tax = round(r->rate.amount * weight);
+          taxSum_ = taxSum_ + tax;
+          res_.entries.push_back(
+              entry(CIT_UnitTax, line.position, std::string(), nullptr, &tax, nullptr, c));
+        }
+      }
+    }
+  }
+
+  void totals(const Basket& basket) {
+    const EPositionNumber none;
+    const dec net = netSum();
+    const dec gross = net + taxSum_;
+    res_.entries.push_back(entry(CIT_NetTotal, none, std::string(), nullptr, &net, &net));
+    res_.entries.push_back(entry(CIT_GrossTotal, none, std::string(), &net, &gross, &gross));
+    dec payable = gross;
+    if (cfg_.cashRounding != 0) {
+      const dec interval = dec(util::Funcs::getRoundingIntervalAsNumber(cfg_.cashRounding));
+      if (ktzDec128IsZero(interval)) {
+        fault(none, "cash-rounding interval " +
+                        std::to_string(static_cast<int>(cfg_.cashRounding)) +
+                        " is not one of 1 to 6");
+      } else {
+        payable = util::roundDecimal(gross / interval, 0, types::eRoundingHalfUp) * interval;
+        const dec change = payable - gross;
+        res_.entries.push_back(
+            entry(CIT_CashRounding, none, std::string(), &gross, &change, &payable));
+      }
+    }
+    dec due = payable;
+    for (const PriceCalcItem& ci : basket.calcItems) {
+      dec x;
+      switch (ci.getType()) {
+        case CIT_PaymentDiscount:
+          if (percentage(ci, none, 0, 100, &x)) {
+            const dec off = -round(percentOf(payable, x));
+            res_.entries.push_back(
+                entry(CIT_PaymentDiscount, none, labelOf(ci), &payable, &off, &due));
+          }
+          break;
+        case CIT_PaymentDiscountAbsolute:
+          if (amountInK(ci.getValue(), kindOf(ci), none, &x)) {
+            const dec off = -x;
+            res_.entries.push_back(
+                entry(CIT_PaymentDiscountAbsolute, none, labelOf(ci), &payable, &off, &due));
+          }
+          break;
+        case CIT_Deposit:
+          if (amountInK(ci.getValue(), kindOf(ci), none, &x)) {
+            const dec before = due;
+            const dec off = -x;
+            due = due + off;
+            res_.entries.push_back(entry(CIT_Deposit, none, labelOf(ci), &before, &off, &due));
+          }
+          break;
+        default:
+          break;
+      }
+    }
+    res_.netTotal = money(net);
+    res_.taxTotal = money(taxSum_);
+    res_.grossTotal = money(gross);
+    res_.payable = money(payable);
+    res_.due = money(due);
+  }
+
+  const Catalogue& cat_;
+  const PriceConfiguration& cfg_;
+  PriceResult& res_;
+  std::string k_;
+  CurrencyUnit unit_;
+  int d_ = 2;
+  std::string date_;
+  dec maxAmount_, maxQuantity_, maxTotal_;
+  dec taxSum_;
+  bool overflowReported_ = false;
+  std::vector<Line> lines_;
+};
+
+void checkAll(const std::vector<BasketItem>& items, const Catalogue& catalogue,
+              const util::EDate& date,
+              std::vector<std::pair<EPositionNumber, TarnUpdateState>>* out) {
+  for (const BasketItem& item : items) {
+    out->emplace_back(item.position, PriceCalculation::checkItem(item, catalogue, date));
+    checkAll(item.children, catalogue, date, out);
+  }
+}
+
+}  // namespace
+
+PriceResult PriceCalculation::calculate(const Basket& basket, const Catalogue& catalogue) {
+  return calculate(basket, catalogue, basket.configuration);
+}
+
+PriceResult PriceCalculation::calculate(const Basket& basket, const Catalogue& catalogue,
+                                        const PriceConfiguration& configuration) {
+  PriceResult result;
+  try {
+    Run(catalogue, configuration, result).price(basket);
+  } catch (const std::bad_alloc&) {
+    result = PriceResult();
+    result.faults.push_back(PriceFault{EPositionNumber(), "out of memory"});
+  }
+  return result;
+}
+
+TarnUpdateState PriceCalculation::checkItem(const BasketItem& item, const Catalogue& catalogue,
+                                            const util::EDate& date) {
+  const Article* a = catalogue.findArticle(item.articleId);
+  if (!a || !a->isValidOn(date)) return TarnUpdateState::Invalid;
+  for (const BasketItem::ChosenValue& c : item.choices) {
+    const Choice* choice = a->findChoice(c.first);
+    if (!choice || !choice->findValue(c.second)) return TarnUpdateState::Migratable;
+  }
+  const util::EVersion now = catalogue.versionOf(*a);
+  if (now.getMajor() != item.articleVersion.getMajor()) return TarnUpdateState::Migratable;
+  if (now.compare(item.articleVersion) == 0) return TarnUpdateState::Up2Date;
+  return TarnUpdateState::Updatable;
+}
+
+std::vector<std::pair<EPositionNumber, TarnUpdateState>> PriceCalculation::checkUpdates(
+    const Basket& basket, const Catalogue& catalogue) {
+  std::vector<std::pair<EPositionNumber, TarnUpdateState>> out;
+  checkAll(basket.items, catalogue, basket.configuration.priceDate, &out);
+  std::sort(out.begin(), out.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  return out;
+}
+
+}  // namespace qor::quv::basket
