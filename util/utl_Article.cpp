@@ -9,6 +9,26 @@ bool within(const util::EDate& from, const util::EDate& until, const util::EDate
 }
 }  // namespace
 
+util::ECurrency ArticlePrice::evaluate() const {
+  util::ECurrency value = base;
+  for (const PriceCalcItem& step : calcItems) {
+    switch (step.getType()) {
+      case CIT_PercentSurcharge:
+        value = value + step.getValue();
+        break;
+      case CIT_PercentDiscount:
+        value = value + -step.getValue();
+        break;
+      case CIT_AbsoluteDiscount:
+        value = value - step.getValue();
+        break;
+      default:
+        return util::ECurrency::Invalid;
+    }
+  }
+  return value.round();
+}
+
 bool Article::isValidOn(const util::EDate& date) const {
   return within(validFrom, validUntil, date);
 }

@@ -35,6 +35,12 @@ class KELP_API ArticlePrice {
   util::EDate validFrom, validUntil;
   std::vector<PriceCalcItem> calcItems;
 
+  /* The catalogue's price: the base with the percent surcharges and
+   * discounts and the absolute discounts applied in order, rounded once to
+   * the currency's customary decimals under the default money rounding
+   * mode. Invalid when an item is of another kind or another currency. */
+  util::ECurrency evaluate() const;
+
   bool operator==(const ArticlePrice& o) const {
     return base == o.base && validFrom == o.validFrom && validUntil == o.validUntil &&
            calcItems == o.calcItems;
