@@ -107,6 +107,10 @@ class Handler : public sax::DefaultHandler {
     }
     switch (stack_.back()) {
       case kCatalogue:
+        if (name == "tax") {
+          stack_.push_back(kIgnored);
+          return readTax(attrs);
+        }
         if (name != "article") return refuse("unknown element <" + name + "> in <catalogue>");
         startArticle(attrs, line);
         stack_.push_back(kArticle);
@@ -118,6 +122,17 @@ class Handler : public sax::DefaultHandler {
         } else if (name == "price") {
           startPrice(attrs, line);
           stack_.push_back(kPrice);
+        } else if (name == "classification") {
+          text_.clear();
+          textLine_ = line;
+          textFaulty_ = !noAttributes(attrs, "classification", line);
+          stack_.push_back(kClassification);
+        } else if (name == "choice") {
+          startChoice(attrs, line);
+          stack_.push_back(kChoice);
+        } else if (name == "tier") {
+          addTier(attrs, line);
+          stack_.push_back(kIgnored);
         } else {
           fault(line, "unknown element <" + name + "> in <article>");
           stack_.push_back(kIgnored);
@@ -136,8 +151,25 @@ class Handler : public sax::DefaultHandler {
         markup_ += '>';
         stack_.push_back(kMarkup);
         return true;
+      case kChoice:
+        if (name == "value") {
+          startValue(attrs, line);
+          stack_.push_back(kValue);
+        } else {
+          fault(line, "unknown element <" + name + "> in <choice>");
+          stack_.push_back(kIgnored);
+        }
+        return true;
+      case kValue:
+        if (name == "effect") {
+          addEffect(attrs, line);
+        } else {
+          fault(line, "unknown element <" + name + "> in <value>");
+        }
+        stack_.push_back(kIgnored);
+        return true;
       case kPrice:
-        if (name == "surcharge" || name == "discount") {
+        if (name == "surcharge" || name == "discount" || name == "absolute-discount") {
           addAdjustment(name, attrs, line);
         } else {
           fault(line, "unknown element <" + name + "> in <price>");
@@ -145,7 +177,9 @@ class Handler : public sax::DefaultHandler {
         stack_.push_back(kIgnored);
         return true;
       case kName:
-        fault(line, "element <" + name + "> is not allowed in <name>");
+      case kClassification:
+        fault(line, "element <" + name + "> is not allowed in <" +
+                        (stack_.back() == kName ? "name" : "classification") + ">");
         stack_.push_back(kIgnored);
         return true;
       case kIgnored:
@@ -176,6 +210,15 @@ class Handler : public sax::DefaultHandler {
       case kPrice:
         endPrice();
         break;
+      case kClassification:
+        endClassification();
+        break;
+      case kChoice:
+        endChoice();
+        break;
+      case kValue:
+        if (choice_) choice_->values.push_back(std::move(value_));
+        break;
       case kArticle:
         endArticle();
         break;
@@ -194,6 +237,7 @@ class Handler : public sax::DefaultHandler {
     if (stack_.empty()) return true;
     switch (stack_.back()) {
       case kName:
+      case kClassification:
         text_ += chars;
         break;
       case kDescription:
@@ -205,6 +249,8 @@ class Handler : public sax::DefaultHandler {
         break;
       case kArticle:
       case kPrice:
+      case kChoice:
+      case kValue:
         if (!isBlankText(chars) && !textFaulted_) {
           textFaulted_ = true;
           const char* first = chars;
@@ -232,7 +278,18 @@ class Handler : public sax::DefaultHandler {
   }
 
  private:
-  enum Context { kCatalogue, kArticle, kName, kDescription, kMarkup, kPrice, kIgnored };
+  enum Context {
+    kCatalogue,
+    kArticle,
+    kName,
+    kDescription,
+    kMarkup,
+    kPrice,
+    kClassification,
+    kChoice,
+    kValue,
+    kIgnored
+  };
 
   bool refuse(const std::string& message) {
     refusal_ = message;
@@ -277,11 +334,13 @@ class Handler : public sax::DefaultHandler {
   }
 
   bool readCatalogue(const sax::Attributes& attrs) {
-    static const char* const kKnown[] = {"id",         "version",    "lang",
-                                         "currencies", "valid-from", "valid-until"};
+    static const char* const kRequired[] = {"id",         "version",    "lang",
+                                            "currencies", "valid-from", "valid-until"};
+    static const char* const kKnown[] = {"id",         "version",     "lang",     "currencies",
+                                         "valid-from", "valid-until", "languages"};
     std::string unknown = unknownAttribute(attrs, kKnown);
     if (!unknown.empty()) return refuse("catalogue: unknown attribute '" + unknown + "'");
-    for (const char* required : kKnown)
+    for (const char* required : kRequired)
       if (attribute(attrs, required).empty())
         return refuse(std::string("catalogue: attribute '") + required + "' is missing or empty");
     Catalogue& c = catalogue_;
@@ -293,6 +352,13 @@ class Handler : public sax::DefaultHandler {
     if (!util::Funcs::isValidLanguageCode(c.lang))
       return refuse("catalogue: attribute 'lang' has invalid value '" + c.lang + "'");
     c.languages = {c.lang};
+    std::istringstream langs(attribute(attrs, "languages"));
+    for (std::string l; langs >> l;) {
+      if (!util::Funcs::isValidLanguageCode(l))
+        return refuse("catalogue: attribute 'languages' has invalid value '" + l + "'");
+      if (std::find(c.languages.begin(), c.languages.end(), l) == c.languages.end())
+        c.languages.push_back(l);
+    }
     std::istringstream codes(attribute(attrs, "currencies"));
     std::string code;
     while (codes >> code) {
@@ -329,9 +395,12 @@ class Handler : public sax::DefaultHandler {
       auto [first, added] = ids_.emplace(a.id, line);
       if (!added) fault(line, "duplicate id (first at line " + std::to_string(first->second) + ")");
     }
-    static const char* const kKnown[] = {"id", "version", "valid-from", "valid-until"};
+    static const char* const kKnown[] = {"id",        "version", "valid-from", "valid-until",
+                                         "tax-class", "weight",  "weight-unit"};
     std::string unknown = unknownAttribute(attrs, kKnown);
     if (!unknown.empty()) fault(line, "unknown attribute '" + unknown + "'");
+    a.taxClass = attribute(attrs, "tax-class");
+    readWeight(attrs, line);
     if (attrs.getIndex("version") >= 0) {
       std::string version = attribute(attrs, "version");
       EVersion v;
@@ -406,14 +475,220 @@ class Handler : public sax::DefaultHandler {
       fault(textLine_, "too many descriptions");
   }
 
+  // --- Elements beyond names, descriptions and prices ----------------------
+
+  // An element that takes no attributes; false after a fault.
+  bool noAttributes(const sax::Attributes& attrs, const std::string& element, int line) {
+    static const char* const kNone[] = {"xmlns"};
+    std::string unknown = unknownAttribute(attrs, kNone);
+    if (unknown.empty()) return true;
+    fault(line, element + ": unknown attribute '" + unknown + "'");
+    return false;
+  }
+
+  // "label" and "label-LL" attributes into `texts`; other names are left to
+  // the caller's check of unknown attributes.
+  void readLabels(const sax::Attributes& attrs, ETexts* texts) {
+    for (int i = 0; i < attrs.getLength(); ++i) {
+      const char* name = attrs.getQName(i);
+      if (!std::strcmp(name, "label"))
+        texts->set("", attrs.getValue(i));
+      else if (!std::strncmp(name, "label-", 6) && util::Funcs::isValidLanguageCode(name + 6))
+        texts->set(name + 6, attrs.getValue(i));
+    }
+  }
+
+  template <std::size_t N>
+  std::string unknownBesidesLabels(const sax::Attributes& attrs, const char* const (&known)[N]) {
+    for (int i = 0; i < attrs.getLength(); ++i) {
+      const char* name = attrs.getQName(i);
+      if (!std::strncmp(name, "xmlns", 5) || !std::strcmp(name, "label") ||
+          (!std::strncmp(name, "label-", 6) && util::Funcs::isValidLanguageCode(name + 6)))
+        continue;
+      if (std::none_of(std::begin(known), std::end(known),
+                       [&](const char* k) { return !std::strcmp(k, name); }))
+        return name;
+    }
+    return std::string();
+  }
+
+  // <tax class= country= unit= rate= [reduced=] [valid-from=] [valid-until=]/>
+  bool readTax(const sax::Attributes& attrs) {
+    static const char* const kKnown[] = {"class",   "country",    "unit",       "rate",
+                                         "reduced", "valid-from", "valid-until"};
+    std::string unknown = unknownAttribute(attrs, kKnown);
+    if (!unknown.empty()) return refuse("tax: unknown attribute '" + unknown + "'");
+    for (const char* required : {"class", "country", "unit", "rate"})
+      if (attribute(attrs, required).empty())
+        return refuse(std::string("tax: attribute '") + required + "' is missing or empty");
+    ETaxRecord r;
+    r.taxClass = attribute(attrs, "class");
+    r.country = attribute(attrs, "country");
+    if (!util::Funcs::isValidCountryCode(r.country))
+      return refuse("tax: attribute 'country' has invalid value '" + r.country + "'");
+    const std::string reduced = attribute(attrs, "reduced");
+    if (!reduced.empty() && reduced != "yes" && reduced != "no")
+      return refuse("tax: attribute 'reduced' has invalid value '" + reduced + "'");
+    if (reduced == "yes") r.kind = CIT_ReducedTax;
+    std::string error;
+    if (!r.parseRate(attribute(attrs, "unit"), attribute(attrs, "rate"), &error))
+      return refuse("tax: " + error);
+    for (const char* name : {"valid-from", "valid-until"}) {
+      if (attrs.getIndex(name) < 0) continue;
+      std::string message = readDate(attrs, name, name[6] == 'f' ? &r.validFrom : &r.validUntil);
+      if (!message.empty()) return refuse("tax: " + message);
+    }
+    catalogue_.taxTable.add(r);
+    return true;
+  }
+
+  void readWeight(const sax::Attributes& attrs, int line) {
+    const bool hasWeight = attrs.getIndex("weight") >= 0,
+               hasUnit = attrs.getIndex("weight-unit") >= 0;
+    if (!hasWeight && !hasUnit) return;
+    const std::string w = attribute(attrs, "weight"), unit = attribute(attrs, "weight-unit");
+    ktz::decimal::decimal64 value;
+    if (!util::parseDecimalCString(&value, w.c_str(), nullptr) || !ktzDec64IsFinite(value) ||
+        ktzDec64SignBit(value)) {
+      fault(line, "attribute 'weight' has invalid value '" + w + "'");
+    } else if (unit != "GRM" && unit != "MGM" && unit != "KGM" && unit != "LBR") {
+      fault(line, "attribute 'weight-unit' has invalid value '" + unit + "'");
+    } else {
+      article_->record.weight = value;
+      article_->record.weightUnit = unit;
+    }
+  }
+
+  void endClassification() {
+    std::string text = collapse(text_);
+    if (textFaulty_) return;
+    EClassification c;
+    std::string error;
+    if (!c.parseString(text, &error)) {
+      fault(textLine_, error);
+      return;
+    }
+    article_->record.classifications.push_back(std::move(c));
+  }
+
+  // <choice id= [default=] [required=yes|no] [label=] [label-LL=]>
+  void startChoice(const sax::Attributes& attrs, int line) {
+    choice_.emplace();
+    choiceLine_ = line;
+    static const char* const kKnown[] = {"id", "default", "required"};
+    std::string unknown = unknownBesidesLabels(attrs, kKnown);
+    if (!unknown.empty()) fault(line, "choice: unknown attribute '" + unknown + "'");
+    choice_->id = attribute(attrs, "id");
+    choice_->defaultValue = attribute(attrs, "default");
+    const std::string required = attribute(attrs, "required");
+    if (!required.empty() && required != "yes" && required != "no")
+      fault(line, "choice: attribute 'required' has invalid value '" + required + "'");
+    choice_->required = required == "yes";
+    readLabels(attrs, &choice_->label);
+    if (choice_->id.empty())
+      fault(line, "choice: attribute 'id' is missing or empty");
+    else if (article_->record.findChoice(choice_->id))
+      fault(line, "duplicate choice '" + choice_->id + "'");
+  }
+
+  void endChoice() {
+    Choice& c = *choice_;
+    if (c.values.empty()) fault(choiceLine_, "choice '" + c.id + "' has no value");
+    if (!c.defaultValue.empty() && !c.findValue(c.defaultValue))
+      fault(choiceLine_, "choice '" + c.id + "': default value '" + c.defaultValue +
+                             "' is not one of its values");
+    article_->record.choices.push_back(std::move(c));
+    choice_.reset();
+  }
+
+  // <value id= [label=] [label-LL=]> with <effect currency= value=/> inside.
+  void startValue(const sax::Attributes& attrs, int line) {
+    value_ = ChoiceValue();
+    static const char* const kKnown[] = {"id"};
+    std::string unknown = unknownBesidesLabels(attrs, kKnown);
+    if (!unknown.empty()) fault(line, "value: unknown attribute '" + unknown + "'");
+    value_.id = attribute(attrs, "id");
+    readLabels(attrs, &value_.label);
+    if (value_.id.empty())
+      fault(line, "value: attribute 'id' is missing or empty");
+    else if (choice_->findValue(value_.id))
+      fault(line, "choice '" + choice_->id + "': duplicate value '" + value_.id + "'");
+  }
+
+  void addEffect(const sax::Attributes& attrs, int line) {
+    static const char* const kKnown[] = {"currency", "value"};
+    std::string unknown = unknownAttribute(attrs, kKnown);
+    if (!unknown.empty()) {
+      fault(line, "effect: unknown attribute '" + unknown + "'");
+      return;
+    }
+    const std::string code = attribute(attrs, "currency");
+    ECurrency effect;
+    std::string error;
+    if (code != "%" && std::find(catalogue_.currencies.begin(), catalogue_.currencies.end(),
+                                 code) == catalogue_.currencies.end())
+      fault(line, "effect: unknown currency '" + code + "'");
+    else if (!effect.decodeAttributes(attrs, &error))
+      fault(line, "effect: " + error);
+    else if (!effect.isFinite())
+      fault(line,
+            "effect: attribute 'value' has invalid value '" + attribute(attrs, "value") + "'");
+    else
+      value_.effects.push_back(effect);
+  }
+
+  // <tier min-quantity= value=/>: a percentage off from that quantity on.
+  void addTier(const sax::Attributes& attrs, int line) {
+    static const char* const kKnown[] = {"min-quantity", "value"};
+    std::string unknown = unknownBesidesLabels(attrs, kKnown);
+    if (!unknown.empty()) {
+      fault(line, "tier: unknown attribute '" + unknown + "'");
+      return;
+    }
+    ktz::decimal::decimal128 min;
+    const std::string q = attribute(attrs, "min-quantity");
+    ECurrency percent;
+    std::string error;
+    const std::string value = attribute(attrs, "value");
+    if (!util::parseDecimalCString(&min, q.c_str(), nullptr) || !ktzDec128IsFinite(min) ||
+        !(min > ktz::decimal::decimal128(0))) {
+      fault(line, "tier: attribute 'min-quantity' has invalid value '" + q + "'");
+    } else if (!percent.decodeAttributes("%", value.c_str(), &error)) {
+      fault(line, "tier: " + error);
+    } else if (!percent.isFinite() || percent.isNegative() ||
+               percent.amount > ktz::decimal::decimal128(100)) {
+      fault(line, "tier: attribute 'value' must be a percentage of 0 to 100, not '" + value + "'");
+    } else {
+      for (const PriceCalcItem& t : article_->record.tiers) {
+        if (t.getMinQuantity() == min) {
+          fault(line, "duplicate tier from " + q);
+          return;
+        }
+      }
+      PriceCalcItem tier(CIT_QuantityDiscount, percent);
+      tier.setMinQuantity(min);
+      readLabels(attrs, &tier.label());
+      article_->record.tiers.push_back(std::move(tier));
+    }
+  }
+
   void startPrice(const sax::Attributes& attrs, int line) {
     price_ = PendingPrice();
     price_.line = line;
-    static const char* const kKnown[] = {"currency", "value"};
+    static const char* const kKnown[] = {"currency", "value", "valid-from", "valid-until"};
     std::string unknown = unknownAttribute(attrs, kKnown);
     std::string code = attribute(attrs, "currency");
     std::string error;
     ECurrency& base = price_.record.base;
+    for (const char* name : {"valid-from", "valid-until"}) {
+      if (attrs.getIndex(name) < 0) continue;
+      std::string message = readDate(
+          attrs, name, name[6] == 'f' ? &price_.record.validFrom : &price_.record.validUntil);
+      if (!message.empty()) {
+        fault(line, "price: " + message);
+        price_.faulty = true;
+      }
+    }
     if (!unknown.empty()) {
       fault(line, "price: unknown attribute '" + unknown + "'");
       price_.faulty = true;
@@ -433,7 +708,7 @@ class Handler : public sax::DefaultHandler {
     } else {
       const std::vector<ArticlePrice>& prices = article_->record.prices;
       for (std::size_t i = 0; i < prices.size(); ++i) {
-        if (prices[i].base.getUnit() == code) {
+        if (prices[i].base.getUnit() == code && overlap(prices[i], price_.record)) {
           fault(line, "duplicate price in " + code + " (first at line " +
                           std::to_string(article_->priceLines[i]) + ")");
           price_.faulty = true;
@@ -441,6 +716,16 @@ class Handler : public sax::DefaultHandler {
         }
       }
     }
+  }
+
+  // Two prices' periods (open ends are the article's) share a day.
+  bool overlap(const ArticlePrice& a, const ArticlePrice& b) const {
+    const Article& art = article_->record;
+    const EDate& af = a.validFrom.isNull() ? art.validFrom : a.validFrom;
+    const EDate& au = a.validUntil.isNull() ? art.validUntil : a.validUntil;
+    const EDate& bf = b.validFrom.isNull() ? art.validFrom : b.validFrom;
+    const EDate& bu = b.validUntil.isNull() ? art.validUntil : b.validUntil;
+    return !(au < bf) && !(bu < af);
   }
 
   void addAdjustment(const std::string& element, const sax::Attributes& attrs, int line) {
@@ -454,6 +739,20 @@ class Handler : public sax::DefaultHandler {
     ECurrency percent;
     std::string value = attribute(attrs, "value");
     std::string error;
+    if (element == "absolute-discount") {
+      // An amount in the price's own currency.
+      ECurrency amount;
+      const std::string code = price_.record.base.getUnit();
+      if (!amount.decodeAttributes(code.c_str(), value.c_str(), &error) || !amount.isFinite() ||
+          amount.isNegative()) {
+        fault(line,
+              element + ": attribute 'value' must be an amount of 0 or more, not '" + value + "'");
+        price_.faulty = true;
+        return;
+      }
+      price_.record.calcItems.emplace_back(CIT_AbsoluteDiscount, amount);
+      return;
+    }
     if (!percent.decodeAttributes("%", value.c_str(), &error)) {
       fault(line, element + ": " + error);
       price_.faulty = true;
@@ -512,6 +811,9 @@ class Handler : public sax::DefaultHandler {
   std::vector<Context> stack_;
   std::optional<PendingArticle> article_;
   PendingPrice price_;
+  std::optional<Choice> choice_;
+  int choiceLine_ = 0;
+  ChoiceValue value_;
   std::string textLang_;
   int textLine_ = 0;
   bool textFaulty_ = false;

@@ -174,9 +174,14 @@ std::string baseText(const ECurrency& c) {
 
 std::string stepsText(const basket::ArticlePrice& p) {
   std::string s = baseText(p.base);
-  for (const basket::PriceCalcItem& step : p.calcItems)
-    s += std::string(step.getType() == basket::CIT_PercentDiscount ? " -" : " +") +
-         util::formatDecimalString(step.getValue().amount, 0, 12) + " %";
+  for (const basket::PriceCalcItem& step : p.calcItems) {
+    const bool off = step.getType() != basket::CIT_PercentSurcharge;
+    s += std::string(off ? " -" : " +");
+    if (step.getValue().isRelative())
+      s += util::formatDecimalString(step.getValue().amount, 0, 12) + " %";
+    else
+      s += baseText(step.getValue());
+  }
   return s;
 }
 
