@@ -72,6 +72,7 @@ class Reader : public xml::sax::DefaultHandler {
       BasketItem done = std::move(items_.back());
       items_.pop_back();
       (items_.empty() ? basket.items : items_.back().children).push_back(std::move(done));
+      used_.pop_back();
     }
     stack_.pop_back();
     return true;
@@ -183,15 +184,15 @@ class Reader : public xml::sax::DefaultHandler {
     const std::string pos = attr(attrs, "position");
     if (!item.position.parseString(pos, &message)) return refuse("item: " + message);
     // The position must be the next level below the enclosing item, once.
-    const std::vector<BasketItem>& siblings =
-        items_.empty() ? basket.items : items_.back().children;
     const EPositionNumber parent = items_.empty() ? EPositionNumber() : items_.back().position;
     if (item.position.parent() != parent || item.position.getDepth() != parent.getDepth() + 1)
       return refuse(
           "item " + pos + ": position does not lie directly below " +
           (parent.isNull() ? std::string("the basket") : "item " + parent.formatString()));
-    for (const BasketItem& s : siblings)
-      if (s.position == item.position) return refuse("item " + pos + ": position is used twice");
+    // One bit per number of the level: each position once, in constant time.
+    std::vector<bool>& used = used_.back();
+    const auto number = static_cast<std::size_t>(item.position.getNumber(parent.getDepth()));
+    if (used[number]) return refuse("item " + pos + ": position is used twice");
     const std::string id = attr(attrs, "id");
     if (!item.id.parseString(id.c_str()))
       return refuse("item " + pos + ": " + detail::invalidValue("id", id));
@@ -213,7 +214,9 @@ class Reader : public xml::sax::DefaultHandler {
       if (!isUnitCode(item.unit))
         return refuse("item " + pos + ": " + detail::invalidValue("unit", item.unit));
     }
+    used[number] = true;
     items_.push_back(std::move(item));
+    used_.emplace_back(EPositionNumber::MAX_NUMBER + 1);
     stack_.push_back(kItem);
     return true;
   }
@@ -235,6 +238,8 @@ class Reader : public xml::sax::DefaultHandler {
   bool rootSeen_ = false;
   std::vector<Context> stack_;
   std::vector<BasketItem> items_;  // the open items, outermost first
+  // The numbers taken at the basket's level and below each open item.
+  std::vector<std::vector<bool>> used_{std::vector<bool>(EPositionNumber::MAX_NUMBER + 1)};
 };
 
 bool writeItem(xml::XMLWriterItfWrapper& w, const BasketItem& item) {

@@ -4,6 +4,7 @@
 #include <kelp/util/utl_PriceCalculation.h>
 
 #include <algorithm>
+#include <unordered_map>
 
 #include <kelp/util/utl_Decimal.h>
 
@@ -30,6 +31,16 @@ std::string numberText(const dec& x) {
   return s;
 }
 
+// Below zero, from the sign bit alone (-0 is not negative).
+bool negative(const dec& x) {
+  return ktzDec128SignBit(x) && !ktzDec128IsZero(x);
+}
+
+// Not finite, or outside [0, limit]: one comparison, the rest from bits.
+bool outside(const dec& x, const dec& limit) {
+  return !ktzDec128IsFinite(x) || negative(x) || x > limit;
+}
+
 bool magnitudeAbove(const dec& x, const dec& limit) {
   return !ktzDec128IsFinite(x) || x > limit || x < -limit;
 }
@@ -49,13 +60,28 @@ class Run {
 
   void price(const Basket& basket) {
     if (!setUp()) return;
+    const std::size_t count = basket.countItems();
+    res_.items.reserve(count);
+    lines_.reserve(count);
     for (const BasketItem& item : basket.items) priceItem(item, dec(1));
-    std::sort(res_.items.begin(), res_.items.end(),
-              [](const ItemPrice& a, const ItemPrice& b) { return a.position < b.position; });
-    std::sort(lines_.begin(), lines_.end(),
-              [](const Line& a, const Line& b) { return a.position < b.position; });
+    // Items come in tree order unless the basket lists a level out of order.
+    const auto byItem = [](const ItemPrice& a, const ItemPrice& b) {
+      return a.position < b.position;
+    };
+    if (!std::is_sorted(res_.items.begin(), res_.items.end(), byItem))
+      std::sort(res_.items.begin(), res_.items.end(), byItem);
+    const auto byLine = [](const Line& a, const Line& b) { return a.position < b.position; };
+    if (!std::is_sorted(lines_.begin(), lines_.end(), byLine))
+      std::sort(lines_.begin(), lines_.end(), byLine);
+    // Line nets are never negative, so no partial sum exceeds the final
+    // one: checking each class's sum once keeps every addition exact.
+    std::map<std::string, dec> sums;
     for (const ItemPrice& ip : res_.items)
-      if (!ip.setHeader) addToClass(ip.taxClass, ip.net.amount);
+      if (!ip.setHeader) {
+        dec& sum = sums[ip.taxClass];
+        sum = sum + ip.net.amount;
+      }
+    for (const auto& [c, sum] : sums) addToClass(c, sum);
     basketLevel(basket);
     taxes();
     totals(basket);
@@ -82,6 +108,34 @@ class Run {
       return false;
     }
     unit_ = ECurrency::makeUnit(k_.c_str());
+    quantum_ = power10(-d_);
+    types::RoundingMode mode = cfg_.roundingMode;
+    if (mode == types::eRoundingExact) mode = util::getDefaultMoneyRoundingMode();
+    using ktz::decimal::Rounding;
+    switch (mode) {
+      case types::eRoundingUp:
+        rounding_.set(Rounding::Up);
+        break;
+      case types::eRoundingDown:
+        rounding_.set(Rounding::Down);
+        break;
+      case types::eRoundingCeiling:
+        rounding_.set(Rounding::Ceiling);
+        break;
+      case types::eRoundingFloor:
+        rounding_.set(Rounding::Floor);
+        break;
+      case types::eRoundingHalfUp:
+        rounding_.set(Rounding::HalfUp);
+        break;
+      case types::eRoundingHalfDown:
+        rounding_.set(Rounding::HalfDown);
+        break;
+      case types::eRoundingIntegral:
+        break;  // the thread's own rounding, as the runtime's exact rounding
+      default:
+        roundNone_ = true;
+    }
     date_ = cfg_.priceDate.formatString();
     maxAmount_ = power10(15);
     maxQuantity_ = power10(9);
@@ -93,22 +147,28 @@ class Run {
     res_.faults.push_back(PriceFault{position, message});
   }
 
-  dec round(const dec& x) const { return util::roundMoney(x, d_, cfg_.roundingMode); }
+  // roundMoney(x, d, R) in one step: the value quantized to d decimals under
+  // the thread's rounding, which the run has set to R's direction.
+  // A value with no more than d decimals is its own rounding: skip the step.
+  dec round(const dec& x) const {
+    return roundNone_ || ktzDec128Exponent(x) >= -d_ ? x : ktzDec128Quantize(x, quantum_);
+  }
   ECurrency money(const dec& x) const { return ECurrency(unit_, x); }
   std::string text(const dec& x) const { return util::formatDecimalCString(x, d_); }
 
-  PriceCalcEntry entry(CalcItemType type, const EPositionNumber& pos, const std::string& label,
-                       const dec* base, const dec* amount, const dec* net,
-                       const std::string& taxClass = std::string()) const {
-    PriceCalcEntry e;
+  // Appends one entry, built in place.
+  void add(std::vector<PriceCalcEntry>& to, CalcItemType type, const EPositionNumber& pos,
+           const std::string& label, const dec* base, const dec* amount, const dec* net,
+           const std::string& taxClass = std::string()) const {
+    PriceCalcEntry& e = to.emplace_back();
     e.type = type;
     e.position = pos;
     e.label = label;
-    if (base) e.base = money(*base);
-    if (amount) e.amount = money(*amount);
-    if (net) e.net = money(*net);
-    e.taxClass = taxClass;
-    return e;
+    // The amounts are finite results in K: no need for the canonical checks.
+    if (base) e.base = Currency{unit_, *base};
+    if (amount) e.amount = Currency{unit_, *amount};
+    if (net) e.net = Currency{unit_, *net};
+    if (!taxClass.empty()) e.taxClass = taxClass;
   }
 
   std::string labelOf(const PriceCalcItem& ci) const {
@@ -125,7 +185,10 @@ class Run {
       fault(pos, kindOf(ci) + " needs a percentage");
       return false;
     }
-    if (!ktzDec128IsFinite(v.amount) || v.amount < dec(low) || v.amount > dec(high)) {
+    // From 0 the sign bit decides the low end: one comparison instead of two.
+    const dec top = high == 100 ? hundred_ : dec(high);
+    if (low == 0 ? outside(v.amount, top)
+                 : !ktzDec128IsFinite(v.amount) || v.amount < dec(low) || v.amount > top) {
       fault(pos, kindOf(ci) + ": percentage " + numberText(v.amount) + " is out of range (" +
                      std::to_string(low) + " to " + std::to_string(high) + ")");
       return false;
@@ -144,7 +207,7 @@ class Run {
       fault(pos, what + " is in " + v.getUnit() + ", not in the basket's " + k_);
       return false;
     }
-    if (magnitudeAbove(v.amount, maxAmount_) || v.amount < dec(0)) {
+    if (outside(v.amount, maxAmount_)) {
       fault(pos, what + ": amount " + numberText(v.amount) + " is out of range (0 to 10^15)");
       return false;
     }
@@ -157,11 +220,13 @@ class Run {
   void priceItem(const BasketItem& item, const dec& parentQuantity) {
     const EPositionNumber& pos = item.position;
     const std::size_t faultsBefore = res_.faults.size();
-    dec q = item.quantity * parentQuantity;
-    if (!ktzDec128IsFinite(item.quantity) || !(item.quantity > dec(0))) {
+    // Top-level items (parent quantity 1) need no multiplication.
+    dec q = pos.getDepth() <= 1 ? item.quantity : item.quantity * parentQuantity;
+    if (!ktzDec128IsFinite(item.quantity) || ktzDec128SignBit(item.quantity) ||
+        ktzDec128IsZero(item.quantity)) {
       fault(pos, "quantity " + numberText(item.quantity) + " must be above 0");
       q = parentQuantity;
-    } else if (magnitudeAbove(q, maxQuantity_)) {
+    } else if (q > maxQuantity_) {
       fault(pos, "quantity " + numberText(q) +
                      " is out of range (at most 10^9 with the quantities of its set)");
       q = parentQuantity;
@@ -197,7 +262,7 @@ class Run {
 
   // The chosen value of each choice of the article, the defaults filled in.
   bool chosenValues(const BasketItem& item, const Article& a,
-                    std::vector<const ChoiceValue*>* values) {
+                    std::vector<std::pair<std::size_t, std::size_t>>* values) {
     bool ok = true;
     for (const BasketItem::ChosenValue& c : item.choices) {
       const Choice* choice = a.findChoice(c.first);
@@ -220,7 +285,8 @@ class Run {
         continue;
       }
       if (const ChoiceValue* value = choice.findValue(*v)) {
-        values->push_back(value);
+        values->emplace_back(static_cast<std::size_t>(&choice - a.choices.data()),
+                             static_cast<std::size_t>(value - choice.values.data()));
       } else if (v == &choice.defaultValue) {
         fault(item.position,
               "choice '" + choice.id + "': default value '" + *v + "' does not exist");
@@ -230,76 +296,163 @@ class Run {
     return ok;
   }
 
+  // What an article contributes to every line that orders it, worked out
+  // and checked once per calculation: the list price, the factors of its
+  // calc items, the effects of its choice values and its tiers. Faults are
+  // kept as messages and reported at each item that uses the article.
+  struct Step {
+    CalcItemType type;
+    dec operand;  // the factor of a percentage, the amount of an absolute discount
+    std::string label;
+  };
+  struct Effect {
+    CalcItemType kind;
+    dec add;
+  };
+  struct PreparedValue {
+    std::string label;
+    std::vector<Effect> effects;
+    std::string fault;
+  };
+  struct Tier {
+    dec min, percent;
+    std::string label, fault;
+  };
+  struct Prepared {
+    std::vector<std::string> faults;
+    std::string name;
+    std::vector<Step> steps;
+    std::vector<std::vector<PreparedValue>> values;  // by choice, then value
+    std::vector<Tier> tiers;                         // largest minimum first
+  };
+
+  // Runs a check that reports through fault() and keeps its messages.
+  template <typename Check>
+  std::vector<std::string> collect(Check check) {
+    const std::size_t before = res_.faults.size();
+    check();
+    std::vector<std::string> messages;
+    for (std::size_t i = before; i < res_.faults.size(); ++i)
+      messages.push_back(std::move(res_.faults[i].message));
+    res_.faults.resize(before);
+    return messages;
+  }
+
+  const Prepared& prepare(const Article& a, const ArticlePrice& price) {
+    auto found = prepared_.find(&a);
+    if (found != prepared_.end()) return found->second;
+    Prepared& p = prepared_[&a];
+    const EPositionNumber none;
+    p.name = a.names.get(cat_.lang.c_str());
+    const dec list = price.base.amount;
+    p.faults = collect([&] {
+      if (outside(list, maxAmount_)) {
+        fault(none, "list price " + numberText(list) + " " + k_ + " is out of range (0 to 10^15)");
+        return;
+      }
+      for (const PriceCalcItem& ci : price.calcItems) {
+        dec x;
+        switch (ci.getType()) {
+          case CIT_PercentSurcharge:
+            if (!percentage(ci, none, 0, 1000, &x)) return;
+            p.steps.push_back(Step{ci.getType(), dec(1) + ktzDec128ScaleB(x, -2), labelOf(ci)});
+            break;
+          case CIT_PercentDiscount:
+            if (!percentage(ci, none, 0, 100, &x)) return;
+            p.steps.push_back(Step{ci.getType(), dec(1) - ktzDec128ScaleB(x, -2), labelOf(ci)});
+            break;
+          case CIT_AbsoluteDiscount:
+            if (!amountInK(ci.getValue(), kindOf(ci), none, &x)) return;
+            p.steps.push_back(Step{ci.getType(), x, labelOf(ci)});
+            break;
+          case CIT_Text:
+            p.steps.push_back(Step{CIT_Text, dec(), labelOf(ci)});
+            break;
+          default:
+            fault(none, kindOf(ci) + " is not allowed in a price");
+            return;
+        }
+      }
+    });
+    p.values.resize(a.choices.size());
+    for (std::size_t ci = 0; ci < a.choices.size(); ++ci) {
+      const Choice& choice = a.choices[ci];
+      p.values[ci].resize(choice.values.size());
+      for (std::size_t vi = 0; vi < choice.values.size(); ++vi) {
+        const ChoiceValue& v = choice.values[vi];
+        PreparedValue& pv = p.values[ci][vi];
+        pv.label = v.label.get(cat_.lang.c_str());
+        for (const ECurrency& e : v.effects) {
+          if (e.isRelative()) {
+            if (magnitudeAbove(e.amount, dec(1000)) || e.amount < dec(-100)) {
+              pv.fault = "value '" + v.id + "': percentage " + numberText(e.amount) +
+                         " is out of range (-100 to 1000)";
+              break;
+            }
+            pv.effects.push_back(Effect{CIT_OptionPercentSurcharge, percentOf(list, e.amount)});
+          } else if (e.isAbsolute() && e.getUnit() == k_) {
+            if (magnitudeAbove(e.amount, maxAmount_)) {
+              pv.fault =
+                  "value '" + v.id + "': amount " + numberText(e.amount) + " is out of range";
+              break;
+            }
+            pv.effects.push_back(Effect{CIT_OptionSurcharge, e.amount});
+          }
+          // An absolute effect in another currency does not count in K.
+        }
+      }
+    }
+    for (const PriceCalcItem& t : a.tiers) {
+      if (t.getType() != CIT_QuantityDiscount) continue;
+      Tier tier{t.getMinQuantity(), dec(), labelOf(t), std::string()};
+      std::vector<std::string> m = collect([&] { percentage(t, none, 0, 100, &tier.percent); });
+      if (!m.empty()) tier.fault = m[0];
+      tier.percent = ktzDec128ScaleB(tier.percent, -2);  // as a factor
+      p.tiers.push_back(std::move(tier));
+    }
+    std::stable_sort(p.tiers.begin(), p.tiers.end(),
+                     [](const Tier& x, const Tier& y) { return x.min > y.min; });
+    return p;
+  }
+
   bool priceLine(const BasketItem& item, const Article& a, const ArticlePrice& price, const dec& q,
                  ItemPrice& ip) {
     const EPositionNumber& pos = item.position;
+    const Prepared& p = prepare(a, price);
     // 1. The list price.
-    const dec list = price.base.amount;
-    if (magnitudeAbove(list, maxAmount_) || list < dec(0)) {
-      fault(pos, "list price " + numberText(list) + " " + k_ + " is out of range (0 to 10^15)");
+    if (!p.faults.empty()) {
+      for (const std::string& m : p.faults) fault(pos, m);
       return false;
     }
+    const dec list = price.base.amount;
     dec amount = list;
-    ip.entries.push_back(
-        entry(CIT_ListPrice, pos, a.names.get(cat_.lang.c_str()), nullptr, &list, &amount));
+    ip.entries.reserve(5 + p.steps.size());
+    add(ip.entries, CIT_ListPrice, pos, p.name, nullptr, &list, &amount);
     // 2. The chosen values: absolute effects in K, percentages of L.
-    std::vector<const ChoiceValue*> values;
-    if (!chosenValues(item, a, &values)) return false;
-    for (const ChoiceValue* v : values) {
-      for (const ECurrency& e : v->effects) {
-        dec add;
-        CalcItemType kind;
-        if (e.isRelative()) {
-          if (magnitudeAbove(e.amount, dec(1000)) || e.amount < dec(-100)) {
-            fault(pos, "value '" + v->id + "': percentage " + numberText(e.amount) +
-                           " is out of range (-100 to 1000)");
-            return false;
-          }
-          add = percentOf(list, e.amount);
-          kind = CIT_OptionPercentSurcharge;
-        } else if (e.isAbsolute() && e.getUnit() == k_) {
-          if (magnitudeAbove(e.amount, maxAmount_)) {
-            fault(pos,
-                  "value '" + v->id + "': amount " + numberText(e.amount) + " is out of range");
-            return false;
-          }
-          add = e.amount;
-          kind = CIT_OptionSurcharge;
-        } else {
-          continue;  // an effect in another currency
-        }
+    values_.clear();
+    if (!chosenValues(item, a, &values_)) return false;
+    for (const auto& [ci, vi] : values_) {
+      const PreparedValue& pv = p.values[ci][vi];
+      if (!pv.fault.empty()) {
+        fault(pos, pv.fault);
+        return false;
+      }
+      for (const Effect& e : pv.effects) {
         const dec before = amount;
-        amount = amount + add;
-        ip.entries.push_back(
-            entry(kind, pos, v->label.get(cat_.lang.c_str()), &before, &add, &amount));
+        amount = amount + e.add;
+        add(ip.entries, e.kind, pos, pv.label, &before, &e.add, &amount);
       }
     }
     // 3. The price's calc items on the running amount.
-    for (const PriceCalcItem& ci : price.calcItems) {
-      const dec before = amount;
-      dec p;
-      switch (ci.getType()) {
-        case CIT_PercentSurcharge:
-          if (!percentage(ci, pos, 0, 1000, &p)) return false;
-          amount = amount * (dec(1) + ktzDec128ScaleB(p, -2));
-          break;
-        case CIT_PercentDiscount:
-          if (!percentage(ci, pos, 0, 100, &p)) return false;
-          amount = amount * (dec(1) - ktzDec128ScaleB(p, -2));
-          break;
-        case CIT_AbsoluteDiscount:
-          if (!amountInK(ci.getValue(), kindOf(ci), pos, &p)) return false;
-          amount = amount - p;
-          break;
-        case CIT_Text:
-          ip.entries.push_back(entry(CIT_Text, pos, labelOf(ci), nullptr, nullptr, nullptr));
-          continue;
-        default:
-          fault(pos, kindOf(ci) + " is not allowed in a price");
-          return false;
+    for (const Step& step : p.steps) {
+      if (step.type == CIT_Text) {
+        add(ip.entries, CIT_Text, pos, step.label, nullptr, nullptr, nullptr);
+        continue;
       }
+      const dec before = amount;
+      amount = step.type == CIT_AbsoluteDiscount ? amount - step.operand : amount * step.operand;
       const dec change = amount - before;
-      ip.entries.push_back(entry(ci.getType(), pos, labelOf(ci), &before, &change, &amount));
+      add(ip.entries, step.type, pos, step.label, &before, &change, &amount);
     }
     // 4. The unit price.
     const dec unitPrice = round(amount);
@@ -307,29 +460,30 @@ class Run {
       fault(pos, "unit price is out of range");
       return false;
     }
-    if (unitPrice < dec(0)) {
+    if (ktzDec128SignBit(unitPrice) && !ktzDec128IsZero(unitPrice)) {
       fault(pos, "unit price is negative (" + text(unitPrice) + ")");
       return false;
     }
-    if (!(unitPrice == amount)) {
-      const dec change = unitPrice - amount;
-      ip.entries.push_back(entry(CIT_Rounding, pos, std::string(), &amount, &change, &unitPrice));
-    }
+    if (const dec change = unitPrice - amount; !ktzDec128IsZero(change))
+      add(ip.entries, CIT_Rounding, pos, std::string(), &amount, &change, &unitPrice);
     // 5. The line net and its quantity tier.
     dec net = round(unitPrice * q);
-    ip.entries.push_back(entry(CIT_Subtotal, pos, std::string(), &unitPrice, &net, &net));
-    const PriceCalcItem* tier = nullptr;
-    for (const PriceCalcItem& t : a.tiers)
-      if (t.getType() == CIT_QuantityDiscount && t.getMinQuantity() <= q &&
-          (!tier || t.getMinQuantity() > tier->getMinQuantity()))
-        tier = &t;
-    if (tier) {
-      dec p;
-      if (!percentage(*tier, pos, 0, 100, &p)) return false;
+    if (!ktzDec128IsFinite(net)) {
+      fault(pos, "line net is out of range");
+      return false;
+    }
+    add(ip.entries, CIT_Subtotal, pos, std::string(), &unitPrice, &net, &net);
+    for (const Tier& tier : p.tiers) {
+      if (tier.min > q) continue;
+      if (!tier.fault.empty()) {
+        fault(pos, tier.fault);
+        return false;
+      }
       const dec before = net;
-      const dec off = -round(percentOf(net, p));
+      const dec off = -round(net * tier.percent);
       net = net + off;
-      ip.entries.push_back(entry(CIT_QuantityDiscount, pos, labelOf(*tier), &before, &off, &net));
+      add(ip.entries, CIT_QuantityDiscount, pos, tier.label, &before, &off, &net);
+      break;
     }
     ip.unitPrice = money(unitPrice);
     ip.net = money(net);
@@ -362,7 +516,7 @@ class Run {
       const dec off = -round(percentOf(before, p));
       v = money(before + off);
       const dec total = netSum();
-      res_.entries.push_back(entry(kind, EPositionNumber(), label, &before, &off, &total, c));
+      add(res_.entries, kind, EPositionNumber(), label, &before, &off, &total, c);
     }
   }
 
@@ -394,18 +548,18 @@ class Run {
             const dec before = it == res_.netByClass.end() ? dec(0) : it->second.amount;
             addToClass(ci.getTaxClass(), x);
             const dec total = netSum();
-            res_.entries.push_back(
-                entry(ci.getType(), none, labelOf(ci), &before, &x, &total, ci.getTaxClass()));
+            add(res_.entries, ci.getType(), none, labelOf(ci), &before, &x, &total,
+                ci.getTaxClass());
           }
           break;
         case CIT_Subtotal:
         case CIT_GroupSubtotal: {
           const dec total = netSum();
-          res_.entries.push_back(entry(ci.getType(), none, labelOf(ci), nullptr, &total, &total));
+          add(res_.entries, ci.getType(), none, labelOf(ci), nullptr, &total, &total);
           break;
         }
         case CIT_Text:
-          res_.entries.push_back(entry(CIT_Text, none, labelOf(ci), nullptr, nullptr, nullptr));
+          add(res_.entries, CIT_Text, none, labelOf(ci), nullptr, nullptr, nullptr);
           break;
         case CIT_PaymentDiscount:
         case CIT_PaymentDiscountAbsolute:
@@ -424,8 +578,8 @@ class Run {
           const dec base = v.amount;
           const dec tax = round(percentOf(base, r->rate.amount));
           taxSum_ = taxSum_ + tax;
-          res_.entries.push_back(entry(r->kind == CIT_ReducedTax ? CIT_ReducedTax : CIT_Tax,
-                                       EPositionNumber(), std::string(), &base, &tax, nullptr, c));
+          add(res_.entries, r->kind == CIT_ReducedTax ? CIT_ReducedTax : CIT_Tax, EPositionNumber(),
+              std::string(), &base, &tax, nullptr, c);
           continue;
         }
         for (const Line& line : lines_) {
@@ -450,8 +604,7 @@ class Run {
           const dec weight = dec(w) * line.quantity;
           const dec tax = round(r->rate.amount * weight);
           taxSum_ = taxSum_ + tax;
-          res_.entries.push_back(
-              entry(CIT_UnitTax, line.position, std::string(), nullptr, &tax, nullptr, c));
+          add(res_.entries, CIT_UnitTax, line.position, std::string(), nullptr, &tax, nullptr, c);
         }
       }
     }
@@ -461,8 +614,8 @@ class Run {
     const EPositionNumber none;
     const dec net = netSum();
     const dec gross = net + taxSum_;
-    res_.entries.push_back(entry(CIT_NetTotal, none, std::string(), nullptr, &net, &net));
-    res_.entries.push_back(entry(CIT_GrossTotal, none, std::string(), &net, &gross, &gross));
+    add(res_.entries, CIT_NetTotal, none, std::string(), nullptr, &net, &net);
+    add(res_.entries, CIT_GrossTotal, none, std::string(), &net, &gross, &gross);
     dec payable = gross;
     if (cfg_.cashRounding != 0) {
       const dec interval = dec(util::Funcs::getRoundingIntervalAsNumber(cfg_.cashRounding));
@@ -473,8 +626,7 @@ class Run {
       } else {
         payable = util::roundDecimal(gross / interval, 0, types::eRoundingHalfUp) * interval;
         const dec change = payable - gross;
-        res_.entries.push_back(
-            entry(CIT_CashRounding, none, std::string(), &gross, &change, &payable));
+        add(res_.entries, CIT_CashRounding, none, std::string(), &gross, &change, &payable);
       }
     }
     dec due = payable;
@@ -484,15 +636,13 @@ class Run {
         case CIT_PaymentDiscount:
           if (percentage(ci, none, 0, 100, &x)) {
             const dec off = -round(percentOf(payable, x));
-            res_.entries.push_back(
-                entry(CIT_PaymentDiscount, none, labelOf(ci), &payable, &off, &due));
+            add(res_.entries, CIT_PaymentDiscount, none, labelOf(ci), &payable, &off, &due);
           }
           break;
         case CIT_PaymentDiscountAbsolute:
           if (amountInK(ci.getValue(), kindOf(ci), none, &x)) {
             const dec off = -x;
-            res_.entries.push_back(
-                entry(CIT_PaymentDiscountAbsolute, none, labelOf(ci), &payable, &off, &due));
+            add(res_.entries, CIT_PaymentDiscountAbsolute, none, labelOf(ci), &payable, &off, &due);
           }
           break;
         case CIT_Deposit:
@@ -500,7 +650,7 @@ class Run {
             const dec before = due;
             const dec off = -x;
             due = due + off;
-            res_.entries.push_back(entry(CIT_Deposit, none, labelOf(ci), &before, &off, &due));
+            add(res_.entries, CIT_Deposit, none, labelOf(ci), &before, &off, &due);
           }
           break;
         default:
@@ -522,9 +672,27 @@ class Run {
   int d_ = 2;
   std::string date_;
   dec maxAmount_, maxQuantity_, maxTotal_;
+  dec quantum_;
+  const dec hundred_ = dec(100);
+  bool roundNone_ = false;
+  // Sets the thread's decimal rounding for the run and restores it after.
+  struct ThreadRounding {
+    void set(ktz::decimal::Rounding r) {
+      if (!changed_) saved_ = ktzDecGetRounding();
+      changed_ = true;
+      ktzDecSetRounding(r);
+    }
+    ~ThreadRounding() {
+      if (changed_) ktzDecSetRounding(saved_);
+    }
+    ktz::decimal::Rounding saved_ = ktz::decimal::Rounding::HalfEven;
+    bool changed_ = false;
+  } rounding_;
   dec taxSum_;
   bool overflowReported_ = false;
   std::vector<Line> lines_;
+  std::unordered_map<const Article*, Prepared> prepared_;
+  std::vector<std::pair<std::size_t, std::size_t>> values_;  // reused from item to item
 };
 
 void checkAll(const std::vector<BasketItem>& items, const Catalogue& catalogue,

@@ -245,6 +245,12 @@ TEST(PriceCalculation, YenAndDinarKeepTheirCustomaryDecimals) {
   ASSERT_TRUE(r.isOk()) << r.faults[0].message;
   // 215.750 x 1.045 x 0.90 = 202.912875 -> 202.913; x 2; no tax record.
   EXPECT_MONEY(r.grossTotal, "KWD", "405.826");
+  // Toward zero instead: 202.912 x 2; the thread's own rounding is left as
+  // it was.
+  kwd.configuration.roundingMode = qor::quv::types::eRoundingDown;
+  r = PriceCalculation::calculate(kwd, c);
+  EXPECT_MONEY(r.grossTotal, "KWD", "405.824");
+  EXPECT_EQ(ktzDecGetRounding(), ktz::decimal::Rounding::HalfEven);
 }
 
 TEST(PriceCalculation, ThreeLevelSetMultipliesQuantities) {
