@@ -305,25 +305,25 @@ class Run {
     dec operand;  // the factor of a percentage, the amount of an absolute discount
     std::string label;
   };
-  struct Effect {
-    CalcItemType kind;
-    dec add;
-  };
-  struct PreparedValue {
-    std::string label;
-    std::vector<Effect> effects;
-    std::string fault;
-  };
   struct Tier {
     dec min, percent;
     std::string label, fault;
   };
+  // Steps 1 to 4 for one article and one set of chosen values: the same for
+  // every line that orders them, so worked out once and copied.
+  struct Piece {
+    std::vector<std::pair<std::size_t, std::size_t>> values;
+    std::vector<PriceCalcEntry> entries;  // positions left null
+    dec unitPrice;
+    std::vector<std::string> faults;
+  };
+
   struct Prepared {
     std::vector<std::string> faults;
     std::string name;
     std::vector<Step> steps;
-    std::vector<std::vector<PreparedValue>> values;  // by choice, then value
-    std::vector<Tier> tiers;                         // largest minimum first
+    std::vector<Tier> tiers;  // largest minimum first
+    std::vector<Piece> pieces;
   };
 
   // Runs a check that reports through fault() and keeps its messages.
@@ -338,7 +338,7 @@ class Run {
     return messages;
   }
 
-  const Prepared& prepare(const Article& a, const ArticlePrice& price) {
+  Prepared& prepare(const Article& a, const ArticlePrice& price) {
     auto found = prepared_.find(&a);
     if (found != prepared_.end()) return found->second;
     Prepared& p = prepared_[&a];
@@ -374,34 +374,6 @@ class Run {
         }
       }
     });
-    p.values.resize(a.choices.size());
-    for (std::size_t ci = 0; ci < a.choices.size(); ++ci) {
-      const Choice& choice = a.choices[ci];
-      p.values[ci].resize(choice.values.size());
-      for (std::size_t vi = 0; vi < choice.values.size(); ++vi) {
-        const ChoiceValue& v = choice.values[vi];
-        PreparedValue& pv = p.values[ci][vi];
-        pv.label = v.label.get(cat_.lang.c_str());
-        for (const ECurrency& e : v.effects) {
-          if (e.isRelative()) {
-            if (magnitudeAbove(e.amount, dec(1000)) || e.amount < dec(-100)) {
-              pv.fault = "value '" + v.id + "': percentage " + numberText(e.amount) +
-                         " is out of range (-100 to 1000)";
-              break;
-            }
-            pv.effects.push_back(Effect{CIT_OptionPercentSurcharge, percentOf(list, e.amount)});
-          } else if (e.isAbsolute() && e.getUnit() == k_) {
-            if (magnitudeAbove(e.amount, maxAmount_)) {
-              pv.fault =
-                  "value '" + v.id + "': amount " + numberText(e.amount) + " is out of range";
-              break;
-            }
-            pv.effects.push_back(Effect{CIT_OptionSurcharge, e.amount});
-          }
-          // An absolute effect in another currency does not count in K.
-        }
-      }
-    }
     for (const PriceCalcItem& t : a.tiers) {
       if (t.getType() != CIT_QuantityDiscount) continue;
       Tier tier{t.getMinQuantity(), dec(), labelOf(t), std::string()};
@@ -410,62 +382,109 @@ class Run {
       tier.percent = ktzDec128ScaleB(tier.percent, -2);  // as a factor
       p.tiers.push_back(std::move(tier));
     }
-    std::stable_sort(p.tiers.begin(), p.tiers.end(),
-                     [](const Tier& x, const Tier& y) { return x.min > y.min; });
+    // Largest minimum first, equal ones in document order (a handful of
+    // tiers: insertion needs no buffer).
+    for (std::size_t i = 1; i < p.tiers.size(); ++i)
+      for (std::size_t j = i; j > 0 && p.tiers[j].min > p.tiers[j - 1].min; --j)
+        std::swap(p.tiers[j], p.tiers[j - 1]);
     return p;
+  }
+
+  void pricePiece(const Article& a, const Prepared& p, const ArticlePrice& price, Piece& piece) {
+    const EPositionNumber none;
+    piece.faults = collect([&] {
+      // 1. The list price.
+      for (const std::string& m : p.faults) fault(none, m);
+      if (!p.faults.empty()) return;
+      const dec list = price.base.amount;
+      dec amount = list;
+      std::vector<PriceCalcEntry>& out = piece.entries;
+      out.reserve(4 + p.steps.size());
+      add(out, CIT_ListPrice, none, p.name, nullptr, &list, &amount);
+      // 2. The chosen values: absolute effects in K, percentages of L.
+      for (const auto& [ci, vi] : piece.values) {
+        const ChoiceValue& v = a.choices[ci].values[vi];
+        const std::string label = v.label.get(cat_.lang.c_str());
+        for (const ECurrency& e : v.effects) {
+          dec effect;
+          CalcItemType kind;
+          if (e.isRelative()) {
+            if (magnitudeAbove(e.amount, dec(1000)) || e.amount < dec(-100)) {
+              fault(none, "value '" + v.id + "': percentage " + numberText(e.amount) +
+                              " is out of range (-100 to 1000)");
+              return;
+            }
+            effect = percentOf(list, e.amount);
+            kind = CIT_OptionPercentSurcharge;
+          } else if (e.isAbsolute() && e.getUnit() == k_) {
+            if (magnitudeAbove(e.amount, maxAmount_)) {
+              fault(none,
+                    "value '" + v.id + "': amount " + numberText(e.amount) + " is out of range");
+              return;
+            }
+            effect = e.amount;
+            kind = CIT_OptionSurcharge;
+          } else {
+            continue;  // an absolute effect in another currency does not count in K
+          }
+          const dec before = amount;
+          amount = amount + effect;
+          add(out, kind, none, label, &before, &effect, &amount);
+        }
+      }
+      // 3. The price's calc items on the running amount.
+      for (const Step& step : p.steps) {
+        if (step.type == CIT_Text) {
+          add(out, CIT_Text, none, step.label, nullptr, nullptr, nullptr);
+          continue;
+        }
+        const dec before = amount;
+        amount = step.type == CIT_AbsoluteDiscount ? amount - step.operand : amount * step.operand;
+        const dec change = amount - before;
+        add(out, step.type, none, step.label, &before, &change, &amount);
+      }
+      // 4. The unit price.
+      const dec unitPrice = round(amount);
+      if (!ktzDec128IsFinite(unitPrice)) {
+        fault(none, "unit price is out of range");
+        return;
+      }
+      if (negative(unitPrice)) {
+        fault(none, "unit price is negative (" + text(unitPrice) + ")");
+        return;
+      }
+      if (const dec change = unitPrice - amount; !ktzDec128IsZero(change))
+        add(out, CIT_Rounding, none, std::string(), &amount, &change, &unitPrice);
+      piece.unitPrice = unitPrice;
+    });
   }
 
   bool priceLine(const BasketItem& item, const Article& a, const ArticlePrice& price, const dec& q,
                  ItemPrice& ip) {
     const EPositionNumber& pos = item.position;
-    const Prepared& p = prepare(a, price);
-    // 1. The list price.
-    if (!p.faults.empty()) {
-      for (const std::string& m : p.faults) fault(pos, m);
-      return false;
-    }
-    const dec list = price.base.amount;
-    dec amount = list;
-    ip.entries.reserve(5 + p.steps.size());
-    add(ip.entries, CIT_ListPrice, pos, p.name, nullptr, &list, &amount);
-    // 2. The chosen values: absolute effects in K, percentages of L.
+    Prepared& p = prepare(a, price);
     values_.clear();
     if (!chosenValues(item, a, &values_)) return false;
-    for (const auto& [ci, vi] : values_) {
-      const PreparedValue& pv = p.values[ci][vi];
-      if (!pv.fault.empty()) {
-        fault(pos, pv.fault);
-        return false;
-      }
-      for (const Effect& e : pv.effects) {
-        const dec before = amount;
-        amount = amount + e.add;
-        add(ip.entries, e.kind, pos, pv.label, &before, &e.add, &amount);
-      }
+    // An article with many combinations of values keeps only the first few,
+    // so that the search stays short.
+    constexpr std::size_t kPiecesKept = 32;
+    Piece* piece = nullptr;
+    for (Piece& known : p.pieces)
+      if (known.values == values_) piece = &known;
+    Piece once;
+    if (!piece) {
+      piece = p.pieces.size() < kPiecesKept ? &p.pieces.emplace_back() : &once;
+      piece->values = values_;
+      pricePiece(a, p, price, *piece);
     }
-    // 3. The price's calc items on the running amount.
-    for (const Step& step : p.steps) {
-      if (step.type == CIT_Text) {
-        add(ip.entries, CIT_Text, pos, step.label, nullptr, nullptr, nullptr);
-        continue;
-      }
-      const dec before = amount;
-      amount = step.type == CIT_AbsoluteDiscount ? amount - step.operand : amount * step.operand;
-      const dec change = amount - before;
-      add(ip.entries, step.type, pos, step.label, &before, &change, &amount);
-    }
-    // 4. The unit price.
-    const dec unitPrice = round(amount);
-    if (!ktzDec128IsFinite(unitPrice)) {
-      fault(pos, "unit price is out of range");
+    if (!piece->faults.empty()) {
+      for (const std::string& m : piece->faults) fault(pos, m);
       return false;
     }
-    if (ktzDec128SignBit(unitPrice) && !ktzDec128IsZero(unitPrice)) {
-      fault(pos, "unit price is negative (" + text(unitPrice) + ")");
-      return false;
-    }
-    if (const dec change = unitPrice - amount; !ktzDec128IsZero(change))
-      add(ip.entries, CIT_Rounding, pos, std::string(), &amount, &change, &unitPrice);
+    ip.entries.reserve(piece->entries.size() + 2);
+    ip.entries = piece->entries;
+    for (PriceCalcEntry& e : ip.entries) e.position = pos;
+    const dec unitPrice = piece->unitPrice;
     // 5. The line net and its quantity tier.
     dec net = round(unitPrice * q);
     if (!ktzDec128IsFinite(net)) {
