@@ -6,7 +6,7 @@ set(KELP_INSTALL_TARGETS kelp kelp-host)
 if(KELP_PLATFORM STREQUAL "bundled")
   list(APPEND KELP_INSTALL_TARGETS kelp-platform)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/include/
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev FILES_MATCHING PATTERN "*.h")
+    DESTINATION ${KELP_PLATFORM_INSTALL_INCLUDEDIR} COMPONENT dev FILES_MATCHING PATTERN "*.h")
 endif()
 # Installed libraries find each other, and the tool finds them, relative to
 # their own place, so that an installed or unpacked tree works wherever it
@@ -33,11 +33,33 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/kelpConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/kelpConfig.cmake ${PROJECT_BINARY_DIR}/kelpConfigVersion.cmake
   DESTINATION ${KELP_CMAKE_DIR} COMPONENT dev)
 
-# The .pc file finds its prefix relative to its own folder, so that an
+# The .pc files find their prefix relative to their own folder, so that an
 # installed tree can be moved (or unpacked into a staging root).
 file(RELATIVE_PATH KELP_PC_PREFIX_REL
   /kelp-prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /kelp-prefix)
 string(REGEX REPLACE "/$" "" KELP_PC_PREFIX_REL "${KELP_PC_PREFIX_REL}")
-configure_file(${PROJECT_SOURCE_DIR}/cmake/kelp.pc.in ${PROJECT_BINARY_DIR}/kelp.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/kelp.pc
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+if(KELP_PLATFORM STREQUAL "bundled")
+  set(KELP_PC_PLATFORM_CFLAGS "-I\${includedir}/kelp/platform")
+  # What the platform library links privately, for static linking.
+  set(KELP_PC_LIBS_PRIVATE "-lsqlite3 -luuid -pthread")
+else()
+  set(KELP_PC_PLATFORM_CFLAGS "")
+  set(KELP_PC_LIBS_PRIVATE "-pthread")
+endif()
+foreach(pc kelp kelp-host)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/${pc}.pc.in ${PROJECT_BINARY_DIR}/${pc}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${pc}.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+endforeach()
+
+# The data formats the tool reads are its documentation: samples/README.md
+# (the catalogue format) as share/doc/kelp/formats.md, and every further
+# samples/<format>.md under its own name.
+file(GLOB KELP_FORMAT_DOCS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/samples/*.md)
+foreach(doc IN LISTS KELP_FORMAT_DOCS)
+  get_filename_component(name ${doc} NAME)
+  if(name STREQUAL "README.md")
+    set(name formats.md)
+  endif()
+  install(FILES ${doc} DESTINATION ${CMAKE_INSTALL_DOCDIR} RENAME ${name} COMPONENT tools)
+endforeach()

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Installs what the build and the tests need on a fresh Debian machine (run as
 # root): compilers, CMake, Ninja, GoogleTest, Google Benchmark, the system
-# libraries the platform is built on, the benchmark peers, and the locales the
-# tests switch to. Does nothing that is already done.
+# libraries the platform is built on, the benchmark peers, the checkers of the
+# packages and the manual page (lintian, groff), and the locales the tests
+# switch to. Does nothing that is already done.
 set -euo pipefail
 
 packages=(
@@ -12,6 +13,7 @@ packages=(
   uuid-dev libsqlite3-dev libdfp-dev gettext locales tzdata
   libexpat1-dev libxml2-dev libpugixml-dev
   libpython3.11-testsuite
+  lintian groff-base man-db
 )
 
 missing=()

@@ -46,14 +46,21 @@ function(kelp_build_readme_example)
     message(FATAL_ERROR "README example printed '${got}', README says '${expected}'")
   endif()
 
+  # pkg-config: kelp-host.pc brings kelp.pc along; neither chooses the
+  # dialect, so the compiler is asked for C++20 as kelp.pc says.
   set(ENV{PKG_CONFIG_PATH} ${PREFIX}/${LIBDIR}/pkgconfig)
-  execute_process(COMMAND pkg-config --cflags --libs kelp OUTPUT_VARIABLE flags RESULT_VARIABLE rc
-                  OUTPUT_STRIP_TRAILING_WHITESPACE)
+  execute_process(COMMAND pkg-config --cflags --libs kelp-host OUTPUT_VARIABLE flags
+                  RESULT_VARIABLE rc OUTPUT_STRIP_TRAILING_WHITESPACE)
   if(NOT rc EQUAL 0)
-    message(FATAL_ERROR "pkg-config does not know kelp under ${PREFIX}")
+    message(FATAL_ERROR "pkg-config does not know kelp-host under ${PREFIX}")
   endif()
+  if(flags MATCHES "-std=")
+    message(FATAL_ERROR "kelp.pc chooses the C++ dialect: ${flags}")
+  endif()
+  kelp_run(pkg-config --variable=cxxstd kelp)
+  string(STRIP "${kelp_last_output}" cxxstd)
   separate_arguments(flags UNIX_COMMAND "${flags}")
-  kelp_run(${CXX} -std=gnu++20 ${src}/main.cpp -o ${src}/pc-price ${flags} -lkelp-host
+  kelp_run(${CXX} ${cxxstd} ${src}/main.cpp -o ${src}/pc-price ${flags}
            -Wl,-rpath,${PREFIX}/${LIBDIR})
   kelp_run(${src}/pc-price)
   string(STRIP "${kelp_last_output}" got)

@@ -1,6 +1,8 @@
 // The tool's own front: usage, help, unknown commands, the manual page.
 #include <gtest/gtest.h>
 
+#include <cctype>
+
 #include "tool_runner.h"
 
 using kelp::test::runKelp;
@@ -41,7 +43,9 @@ TEST(KelpMain, ManualPageNamesEveryCommand) {
   while (line != std::string::npos) {
     std::string name = list.substr(line + 3, list.find(' ', line + 3) - line - 3);
     if (name != "help") {
-      EXPECT_NE(man.out.find(".SS kelp " + name + "\n"), std::string::npos) << name;
+      std::string title = "KELP " + name;
+      for (char& c : title) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+      EXPECT_NE(man.out.find(".SH \"" + title + "\"\n"), std::string::npos) << name;
       auto help = runKelp({name, "--help"});
       EXPECT_EQ(help.status, 0) << name;
       EXPECT_NE(help.out.find("usage: kelp " + name), std::string::npos) << name;

@@ -140,7 +140,7 @@ TEST(KelpXml, HelpStartsWithTheUsageLines) {
               0u);
   }
   ToolResult r = runKelp({"help", "--man"});
-  EXPECT_NE(r.out.find(".SS kelp xml\n"), std::string::npos);
+  EXPECT_NE(r.out.find(".SH \"KELP XML\"\n"), std::string::npos);
 }
 
 TEST(KelpXml, EventsOneLinePerEvent) {

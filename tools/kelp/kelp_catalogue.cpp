@@ -22,6 +22,8 @@
 #include <kelp/util/utl_TrStrSet.h>
 #include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/xml_Writer.h>
+#include <ktz/ktz_gettext.h>
+#include <vorn/vorn_placeholder.h>
 
 #include "kelp_tool.h"
 
@@ -42,7 +44,8 @@ constexpr const char kCatalogueHelp[] =
     "Prints a report of the catalogue FILE ('-' reads standard input): the\n"
     "catalogue's id, data version and validity, then every article with its\n"
     "name, description and prices, and at the end the total of the prices in\n"
-    "each currency. The format of the file is described in samples/README.md.\n"
+    "each currency. The format of the file is described in\n" KELP_DOC_DIR
+    "/formats.md.\n"
     "\n"
     "Names and descriptions are shown in the language L (two lower-case\n"
     "letters); when an article has none in L, the catalogue's own language is\n"
@@ -185,8 +188,17 @@ std::string stepsText(const basket::ArticlePrice& p) {
   return s;
 }
 
-std::string articlesCount(int n) {
-  return std::to_string(n) + (n == 1 ? " article" : " articles");
+// A label of the report in the report's language, from the library's
+// message catalogue (po/; `label` is the keyword its template is extracted
+// by). Templates take trusted values only (dates, versions, counts), so a
+// placeholder cannot come from the catalogue's data.
+std::string label(const std::string& lang, const char* msgid) {
+  return ktzDGetTextIn(KTZ_KELP_TEXT_DOMAIN, lang.c_str(), msgid);
+}
+
+std::string articlesCount(const std::string& lang, int n) {
+  std::string s = n == 1 ? label(lang, "%1 article") : label(lang, "%1 articles");
+  return s << n;
 }
 
 struct Total {
@@ -222,39 +234,43 @@ class Report {
         ++t.count;
       }
     }
-    std::string header = "data version " + c.version.formatString() + ", valid " +
-                         c.validFrom.formatString() + " to " + c.validUntil.formatString() +
-                         ", language " + lang_;
+    std::string header = label(lang_, "data version %1, valid %2 to %3, language %4");
+    header << c.version.formatString() << c.validFrom.formatString() << c.validUntil.formatString()
+           << lang_;
     std::string leftOut;
     if (date_) {
-      header += ", articles valid on " + date_->formatString();
-      leftOut = articlesCount(static_cast<int>(c.getArticles().size() - shown.size())) +
-                " not valid on " + date_->formatString();
+      std::string on = label(lang_, ", articles valid on %1");
+      header += on << date_->formatString();
+      leftOut = label(lang_, "%1 not valid on %2");
+      leftOut << articlesCount(lang_, static_cast<int>(c.getArticles().size() - shown.size()))
+              << date_->formatString();
     }
     if (html_) {
-      const std::string title = "Catalogue " + htmlEscaped(c.id);
+      std::string title = label(lang_, "Catalogue %1");
+      title << htmlEscaped(c.id);
       print("<!DOCTYPE HTML PUBLIC \"-//W3C//DTD HTML 4.01//EN\">\n<HTML>\n<HEAD>\n");
       print("<META http-equiv=\"Content-Type\" content=\"text/html; charset=UTF-8\">\n");
       print("<TITLE>" + title + "</TITLE>\n</HEAD>\n<BODY>\n<H1>" + title + "</H1>\n");
       print("<P>" + htmlEscaped(header) + "\n");
     } else {
-      print("catalogue " + c.id + ", " + header + "\n");
+      std::string title = label(lang_, "catalogue %1");
+      print((title << c.id) + ", " + header + "\n");
     }
     for (const basket::Article* a : shown) writeArticle(*a);
     if (html_) {
-      print("<H2>Totals</H2>\n<TABLE>\n");
+      print("<H2>" + label(lang_, "Totals") + "</H2>\n<TABLE>\n");
     } else {
-      print("\ntotals\n");
+      print("\n" + label(lang_, "totals") + "\n");
     }
     for (const std::string& code : c.currencies) {
       auto it = totals.find(code);
       if (it == totals.end()) continue;
       const Total& t = it->second;
       if (html_)
-        print("<TR><TD>" + code + "<TD>" + amountText(t.sum) + "<TD>" + articlesCount(t.count) +
-              "\n");
+        print("<TR><TD>" + code + "<TD>" + amountText(t.sum) + "<TD>" +
+              articlesCount(lang_, t.count) + "\n");
       else
-        print("  " + code + " " + amountText(t.sum) + " (" + articlesCount(t.count) + ")\n");
+        print("  " + code + " " + amountText(t.sum) + " (" + articlesCount(lang_, t.count) + ")\n");
     }
     if (html_) {
       print("</TABLE>\n");
@@ -269,8 +285,12 @@ class Report {
   void print(const std::string& s) { std::fputs(s.c_str(), inv_.out); }
 
   std::string validityText(const basket::Article& a) const {
-    std::string s = "valid " + a.validFrom.formatString() + " to " + a.validUntil.formatString();
-    if (!a.version.isNull()) s += ", data version " + a.version.formatString();
+    std::string s = label(lang_, "valid %1 to %2");
+    s << a.validFrom.formatString() << a.validUntil.formatString();
+    if (!a.version.isNull()) {
+      std::string version = label(lang_, ", data version %1");
+      s += version << a.version.formatString();
+    }
     return s;
   }
 

@@ -1,6 +1,7 @@
 // The kelp command-line tool: sets up the reference host and dispatches to
 // the subcommand families (kelp_<family>.cpp); also `kelp help`, which
-// prints the help texts or the manual page built from them.
+// prints the help texts, the manual page or the bash completion built
+// from them (kelp_manual.cpp).
 #include <cerrno>
 #include <clocale>
 #include <cstdio>
@@ -10,6 +11,7 @@
 
 #include <kelp/host.h>
 
+#include "kelp_manual.h"
 #include "kelp_tool.h"
 
 #ifndef KELP_VERSION_STRING
@@ -43,65 +45,15 @@ void printUsage(std::FILE* to) {
                "help", "this text, a command's help, or the manual page (--man)", kConventions);
 }
 
-// roff needs backslashes doubled and a leading dot or quote neutralised.
-std::string roffLine(const std::string& line) {
-  std::string out;
-  if (!line.empty() && (line[0] == '.' || line[0] == '\'')) out = "\\&";
-  for (char c : line) {
-    if (c == '\\')
-      out += "\\e";
-    else if (c == '-')
-      out += "\\-";
-    else
-      out += c;
-  }
-  return out;
-}
-
-void printRoffBlock(const char* text) {
-  std::fputs(".nf\n", stdout);
-  const char* p = text;
-  while (*p) {
-    const char* nl = std::strchr(p, '\n');
-    std::string line = nl ? std::string(p, nl) : std::string(p);
-    std::printf("%s\n", roffLine(line).c_str());
-    if (!nl) break;
-    p = nl + 1;
-  }
-  std::fputs(".fi\n", stdout);
-}
-
-void printManPage() {
-  std::printf(".TH KELP 1 \"\" \"kelp %s\" \"User Commands\"\n", KELP_VERSION_STRING);
-  std::puts(".SH NAME\nkelp \\- inspect catalogue data, XML, money amounts and settings");
-  std::puts(".SH SYNOPSIS\n.B kelp\n[\\-\\-version] [\\-\\-help]\n.I command\n[\\fIargs\\fR]");
-  std::puts(".SH DESCRIPTION");
-  printRoffBlock(kIntro);
-  std::puts(".PP");
-  printRoffBlock(kConventions);
-  std::puts(".SH COMMANDS");
-  for (const Family* f : kelp::tool::families()) {
-    std::printf(".SS %s\n", roffLine(std::string("kelp ") + f->name).c_str());
-    printRoffBlock(f->help);
-  }
-  std::puts(".SH EXIT STATUS\n0 success, 1 a failed check or operation, 2 bad usage.");
-}
-
 int runHelp(int argc, char** argv) {
   if (argc < 3) {
     printUsage(stdout);
     return kelp::tool::kExitOk;
   }
-  if (!std::strcmp(argv[2], "--man")) {
-    // The build writes the page with `kelp help --man FILE`.
-    if (argc > 3 && !std::freopen(argv[3], "w", stdout)) {
-      std::fprintf(stderr, "kelp help: cannot write %s: %s\n", argv[3], std::strerror(errno));
-      return kelp::tool::kExitFailed;
-    }
-    printManPage();
-    return std::fflush(stdout) == 0 && !std::ferror(stdout) ? kelp::tool::kExitOk
-                                                            : kelp::tool::kExitFailed;
-  }
+  // The manual page and the bash completion (kelp_manual.cpp); the build
+  // writes both with `kelp help --man FILE` and `--bash-completion FILE`.
+  if (!std::strcmp(argv[2], "--man") || !std::strcmp(argv[2], "--bash-completion"))
+    return kelp::tool::runHelpDocument(argc, argv);
   for (const Family* f : kelp::tool::families()) {
     if (!std::strcmp(f->name, argv[2])) {
       std::fputs(f->help, stdout);

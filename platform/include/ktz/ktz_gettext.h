@@ -9,7 +9,7 @@
  *   const char* name = ktzDGetText("quv:kelp", "inch");   // "Zoll" in German
  *
  * The translation follows the LC_MESSAGES category (and LANGUAGE) of the
- * process locale. Returned texts belong to the catalogue and stay valid for
+ * process locale; ktzDGetTextIn asks for a given language instead. Returned texts belong to the catalogue and stay valid for
  * the life of the process; the msgid itself comes back when there is no
  * translation. Thread-safe. */
 #ifndef KTZ_KTZ_GETTEXT_H
@@ -22,6 +22,16 @@
 
 /* The translation of `msgid` in `domain`; a null msgid gives "". */
 ZOB_API const char* ktzDGetText(const char* domain, const char* msgid);
+
+/* The translation of `msgid` in `domain` into `language` ("de", "fr";
+ * "de_CH" falls back to "de"), whatever the process locale: for texts that
+ * follow a document's language rather than the user's. Read from
+ * <dir>/<language>/LC_MESSAGES/<domain>.mo in the domain's catalogue folder
+ * (as bound above), once per domain and language. msgid itself comes back
+ * when there is no such catalogue or entry, or when the language is not a
+ * plain name (letters, digits, '_', '-', '@', '.', no "..": never a path);
+ * a null msgid gives "". Thread-safe; texts live as long as the process. */
+ZOB_API const char* ktzDGetTextIn(const char* domain, const char* language, const char* msgid);
 
 /* Binds `domain` to the catalogue folder `dir` (folders
  * <dir>/<language>/LC_MESSAGES/<domain>.mo). Returns false when the C library
