@@ -133,6 +133,9 @@ class Handler : public sax::DefaultHandler {
         } else if (name == "tier") {
           addTier(attrs, line);
           stack_.push_back(kIgnored);
+        } else if (name == "dimensions") {
+          readDimensions(attrs, line);
+          stack_.push_back(kIgnored);
         } else {
           fault(line, "unknown element <" + name + "> in <article>");
           stack_.push_back(kIgnored);
@@ -382,6 +385,7 @@ class Handler : public sax::DefaultHandler {
 
   void startArticle(const sax::Attributes& attrs, int line) {
     article_.emplace();
+    dimensionsRead_ = false;
     PendingArticle& p = *article_;
     Article& a = p.record;
     p.line = line;
@@ -557,6 +561,27 @@ class Handler : public sax::DefaultHandler {
       article_->record.weight = value;
       article_->record.weightUnit = unit;
     }
+  }
+
+  // <dimensions minx= miny= minz= maxx= maxy= maxz=/> in millimetres.
+  void readDimensions(const sax::Attributes& attrs, int line) {
+    static const char* const kKnown[] = {"minx", "miny", "minz", "maxx", "maxy", "maxz"};
+    std::string unknown = unknownAttribute(attrs, kKnown);
+    if (!unknown.empty()) {
+      fault(line, "dimensions: unknown attribute '" + unknown + "'");
+      return;
+    }
+    if (dimensionsRead_) {
+      fault(line, "duplicate dimensions");
+      return;
+    }
+    dimensionsRead_ = true;
+    std::string error;
+    util::EBounds box;
+    if (!box.decodeAttributes(attrs, &error))
+      fault(line, "dimensions: " + error);
+    else
+      article_->record.dimensions = box;
   }
 
   void endClassification() {
@@ -812,6 +837,7 @@ class Handler : public sax::DefaultHandler {
   std::optional<PendingArticle> article_;
   PendingPrice price_;
   std::optional<Choice> choice_;
+  bool dimensionsRead_ = false;
   int choiceLine_ = 0;
   ChoiceValue value_;
   std::string textLang_;
