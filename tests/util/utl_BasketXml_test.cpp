@@ -47,7 +47,7 @@ Basket generated(std::mt19937& rng) {
   fill(&b.items, EPositionNumber(), 0, rng);
   PriceCalcItem freight(CIT_Freight, ECurrency(b.configuration.currency, d128("25.00")));
   freight.setTaxClass("standard");
-  freight.label().set("de", "Fracht");
+  freight.label().set("de", "Fracht für Größe \xe2\x82\xac");  // beyond ASCII, whatever the locale
   freight.label().set("", "Freight & handling");
   b.calcItems = {freight, PriceCalcItem(CIT_Text, ECurrency::Null)};
   return b;
