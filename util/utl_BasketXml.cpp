@@ -127,7 +127,9 @@ class Reader : public xml::sax::DefaultHandler {
     if (!util::Funcs::isValidCurrencyCode(c.currency))
       return refuse("basket: " + detail::invalidValue("currency", c.currency));
     const std::string date = attr(attrs, "price-date");
-    if (!c.priceDate.parseString(date.c_str(), nullptr) || !c.priceDate.isValid())
+    // Exactly YYYY-MM-DD, so that the date is written back as it was read.
+    if (!c.priceDate.parseString(date.c_str(), nullptr) || !c.priceDate.isValid() ||
+        c.priceDate.formatString() != date)
       return refuse("basket: attribute 'price-date' has invalid date '" + date + "'");
     c.taxCountry = attr(attrs, "tax-country");
     if (!c.taxCountry.empty() && !util::Funcs::isValidCountryCode(c.taxCountry))

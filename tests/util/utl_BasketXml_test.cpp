@@ -114,6 +114,8 @@ TEST(BasketXml, RefusesFaultsWithTheirLine) {
   std::string error;
   EXPECT_FALSE(BasketXml::read("<basket currency='EUR' price-date='2026-02-30'/>", &b, &error));
   EXPECT_EQ(error, "basket: attribute 'price-date' has invalid date '2026-02-30'");
+  EXPECT_FALSE(BasketXml::read("<basket currency='EUR' price-date='20260-3-01'/>", &b, &error));
+  EXPECT_EQ(error, "basket: attribute 'price-date' has invalid date '20260-3-01'");
   EXPECT_FALSE(BasketXml::read("<cart/>", &b, &error));
   EXPECT_EQ(error, "root element must be <basket>, not <cart>");
 }
