@@ -148,6 +148,9 @@ void configure(sax::SimpleXMLReader& reader, const ReaderOptions& options) {
 void reportFailure(const tool::Invocation& inv, const std::string& path,
                    const tool::StreamInput& in, const std::string& systemId, long line,
                    const std::string& message) {
+  // A handler that stopped because standard output failed: the tool
+  // reports that once, as it exits.
+  if (std::ferror(inv.out)) return;
   std::string name = tool::displayName(path);
   if (!in.error().empty())
     tool::reportAt(inv, name, 0, in.error());
@@ -537,6 +540,8 @@ int runFormat(tool::Invocation& inv) {
   std::string why;
   bool ok = writeTree(*writer, doc->getDocumentElement(), &why);
   ZResult closed = writer->close();
+  // A failed standard output is reported once, as the tool exits.
+  if (std::ferror(inv.out)) return tool::kExitFailed;
   if (!ok) return tool::failure(inv, why);
   if (EFAILED(closed)) return tool::failure(inv, "cannot write the output");
   return tool::kExitOk;
