@@ -418,6 +418,55 @@ TEST(KelpXml, CanonicalForm) {
   EXPECT_EQ(r.err, "<stdin>:1: element start/end tag name mismatch: b vs. a\n");
 }
 
+TEST(KelpXml, W3CCanonicalForm) {
+  // Expected forms worked out by hand from the rules of Canonical XML 1.0.
+  const struct {
+    const char* name;
+    const char* input;
+    const char* plain;     // without comments
+    const char* comments;  // with comments; null: as plain
+  } cases[] = {
+      {"outside the document element",
+       "<?xml version=\"1.0\"?>\n\n<?style   href=\"d\"\n  t=\"x\"  ?>\n\n"
+       "<!DOCTYPE doc SYSTEM \"doc.dtd\">\n<doc>Hi<!-- c1 --></doc>\n\n<?nodata   ?>\n"
+       "<!-- c2 -->\n\n<!-- c3 -->",
+       "<?style href=\"d\"\n  t=\"x\"  ?>\n<doc>Hi</doc>\n<?nodata?>",
+       "<?style href=\"d\"\n  t=\"x\"  ?>\n<doc>Hi<!-- c1 --></doc>\n<?nodata?>\n<!-- c2 -->\n"
+       "<!-- c3 -->"},
+      {"superfluous declarations and attribute order",
+       "<a xmlns=\"urn:d\" xmlns:p=\"urn:p\"><b xmlns=\"urn:d\" xmlns:q=\"urn:q\" "
+       "xmlns:p=\"urn:p2\" p:y=\"1\" y=\"2\"><c xmlns=\"\"/></b></a>",
+       "<a xmlns=\"urn:d\" xmlns:p=\"urn:p\"><b xmlns:p=\"urn:p2\" xmlns:q=\"urn:q\" y=\"2\" "
+       "p:y=\"1\"><c xmlns=\"\"></c></b></a>",
+       nullptr},
+      {"attributes by namespace URI, not prefix",
+       "<e xmlns:z='urn:a' xmlns:a='urn:b' a:x='1' z:x='2' b='3'/>",
+       "<e xmlns:a=\"urn:b\" xmlns:z=\"urn:a\" b=\"3\" z:x=\"2\" a:x=\"1\"></e>", nullptr},
+      {"an empty default where none was in scope", "<r xmlns=''><s xmlns:p='u'/></r>",
+       "<r><s xmlns:p=\"u\"></s></r>", nullptr},
+      {"escaping",
+       "<a t='&#9;&#10;&#13;&quot;&lt;&gt;\"&amp;'>&#13;&lt;&gt;&amp;\"'<![CDATA[<x>]]></a>",
+       "<a t=\"&#x9;&#xA;&#xD;&quot;&lt;>&quot;&amp;\">&#xD;&lt;&gt;&amp;\"'&lt;x&gt;</a>", nullptr},
+      {"entities expanded, the document type left out",
+       "<!DOCTYPE a [<!ENTITY e 'x&#38;#38;y'><?dpi d?><!--dc-->]><a>&e;</a>",
+       "<a>x&amp;y</a>", nullptr},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    ToolResult r = runKelp({"xml", "canon", "--c14n", "-"}, c.input);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, c.plain);
+    r = runKelp({"xml", "canon", "--c14n", "--with-comments", "-"}, c.input);
+    EXPECT_EQ(r.out, c.comments ? c.comments : c.plain);
+  }
+  ToolResult r = runKelp({"xml", "canon", "--c14n", "--notations", "-"}, "<a/>");
+  EXPECT_EQ(r.status, 2);
+  EXPECT_EQ(r.err, "kelp xml: --c14n goes with neither --notations nor --no-namespaces\n" +
+                       std::string(kUsage));
+  r = runKelp({"xml", "canon", "--with-comments", "-"}, "<a/>");
+  EXPECT_EQ(r.status, 2);
+}
+
 TEST(KelpXml, LargeInputsShowNoBarWithoutATerminal) {
   TempDir dir;
   std::string big = dir.file("big.xml");
