@@ -66,7 +66,10 @@ constexpr const char kCatalogueHelp[] =
     "A price is its base amount with the surcharges and discounts of its\n"
     "<price> element applied in document order, in decimal arithmetic, then\n"
     "rounded half away from zero to the currency's customary decimals (JPY 0,\n"
-    "EUR 2, KWD 3 ...). The totals add the rounded prices.\n"
+    "EUR 2, KWD 3 ...). The totals add the rounded prices. Amounts are exact\n"
+    "or an error: a value of more than 34 significant digits, or a price that\n"
+    "cannot be computed exactly, is a fault of its article; a total that is\n"
+    "too large is reported, left out and ends the run with status 1.\n"
     "\n"
     "  --lang L     the language of names, descriptions and numbers\n"
     "  --html       write an HTML page instead of text\n"
@@ -78,7 +81,7 @@ constexpr const char kCatalogueHelp[] =
     "invalid articles follows at the end. The exit status is 0 all the same,\n"
     "unless --strict is given. Malformed XML, a missing file or a fault in the\n"
     "<catalogue> element itself end the run with 'file:line: message' and\n"
-    "status 1.\n";
+    "status 1, and so does a FILE larger than 256 MiB.\n";
 
 // ---------------------------------------------------------------------------
 // Numbers in the report's language, independent of the machine's locale:
@@ -691,6 +694,7 @@ class CatalogueHandler : public sax::DefaultHandler {
     std::string unknown = unknownAttribute(attrs, kKnown);
     std::string code = attribute(attrs, "currency");
     std::string error;
+    util::DecimalExactness exact;
     if (!unknown.empty()) {
       fault(line, "price: unknown attribute '" + unknown + "'");
       price_.faulty = true;
@@ -703,6 +707,10 @@ class CatalogueHandler : public sax::DefaultHandler {
       price_.faulty = true;
     } else if (!price_.base.decodeAttributes(attrs, &error)) {
       fault(line, "price: " + error);
+      price_.faulty = true;
+    } else if (!exact.exact()) {
+      fault(line, "price: attribute 'value' has invalid value '" + attribute(attrs, "value") +
+                      "': it " + exact.problem());
       price_.faulty = true;
     } else if (!price_.base.isFinite()) {
       fault(line, "price: attribute 'value' has invalid value '" + attribute(attrs, "value") + "'");
@@ -731,8 +739,15 @@ class CatalogueHandler : public sax::DefaultHandler {
     step.discount = element == "discount";
     std::string value = attribute(attrs, "value");
     std::string error;
+    util::DecimalExactness exact;
     if (!step.percent.decodeAttributes("%", value.c_str(), &error)) {
       fault(line, element + ": " + error);
+      price_.faulty = true;
+      return;
+    }
+    if (!exact.exact()) {
+      fault(line, element + ": attribute 'value' has invalid value '" + value + "': it " +
+                      exact.problem());
       price_.faulty = true;
       return;
     }
@@ -752,12 +767,17 @@ class CatalogueHandler : public sax::DefaultHandler {
       article_->prices.push_back(p);
       return;
     }
+    util::DecimalExactness exact;
     ECurrency value = p.base;
     for (const Adjustment& step : p.steps)
       value = value + (step.discount ? -step.percent : step.percent);
     p.value = value.round();
     if (!p.value.isFinite()) {
       fault(p.line, "price in " + p.base.getUnit() + " is out of range");
+      p.faulty = true;
+    } else if (!exact.exact()) {
+      fault(p.line,
+            "price in " + p.base.getUnit() + " cannot be computed exactly: it " + exact.problem());
       p.faulty = true;
     } else if (p.value.isNegative()) {
       fault(p.line, "price in " + p.base.getUnit() + " is negative (" +
@@ -868,6 +888,7 @@ std::string articlesCount(const std::string& lang, int n) {
 struct Total {
   ECurrency sum;
   int count = 0;
+  std::string problem;  // why the sum is not exact, "" when it is
 };
 
 class Report {
@@ -885,7 +906,9 @@ class Report {
     locale_->setCatalogLanguages({lang, data.catalogue().lang});
   }
 
-  void write() {
+  // False when a total could not be computed exactly: it is reported and
+  // left out of the totals.
+  bool write() {
     const Catalogue& c = data_.catalogue();
     std::vector<const Article*> shown;
     for (const Article& a : data_.articles())
@@ -894,10 +917,13 @@ class Report {
     for (const Article* a : shown) {
       for (const Price& p : a->prices) {
         Total& t = totals[p.base.getUnit()];
+        util::DecimalExactness exact;
         t.sum = t.sum + p.value;
+        if (!exact.exact() && t.problem.empty()) t.problem = exact.problem();
         ++t.count;
       }
     }
+    bool exact = true;
     std::string header = label(lang_, "data version %1, valid %2 to %3, language %4");
     header << c.version.formatString() << c.from.formatString() << c.until.formatString() << lang_;
     std::string leftOut;
@@ -929,6 +955,11 @@ class Report {
       auto it = totals.find(code);
       if (it == totals.end()) continue;
       const Total& t = it->second;
+      if (!t.problem.empty()) {
+        kelp::tool::failure(inv_, "the total in " + code + " cannot be computed: it " + t.problem);
+        exact = false;
+        continue;
+      }
       if (html_)
         print("<TR><TD>" + code + "<TD>" + amountText(t.sum) + "<TD>" +
               articlesCount(lang_, t.count) + "\n");
@@ -942,6 +973,7 @@ class Report {
     } else if (!leftOut.empty()) {
       print("  " + leftOut + "\n");
     }
+    return exact;
   }
 
  private:
@@ -1007,6 +1039,10 @@ class Report {
 
 // ---------------------------------------------------------------------------
 
+// The largest catalogue file read: the report holds the whole text (its
+// lines are looked up in it), so an endless input must end somewhere.
+constexpr std::size_t kMaxCatalogue = std::size_t(256) << 20;
+
 int runReport(kelp::tool::Invocation& inv) {
   kelp::tool::ParsedArgs args;
   int status = kelp::tool::kExitOk;
@@ -1041,7 +1077,7 @@ int runReport(kelp::tool::Invocation& inv) {
   const std::string& path = args.operands[0];
   const std::string file = kelp::tool::displayName(path);
   std::string data, message;
-  if (!kelp::tool::readInput(path, data, message)) {
+  if (!kelp::tool::readInput(path, data, message, kMaxCatalogue)) {
     kelp::tool::reportAt(inv, file, 0, message);
     return kelp::tool::kExitFailed;
   }
@@ -1061,9 +1097,10 @@ int runReport(kelp::tool::Invocation& inv) {
     return kelp::tool::kExitFailed;
   }
 
+  bool totalled = true;
   {
     GlobalLocale numbers(numberLocale(lang));
-    Report(inv, handler, lang, html, date ? &*date : nullptr).write();
+    totalled = Report(inv, handler, lang, html, date ? &*date : nullptr).write();
   }
   const int invalid = handler.invalidCount();
   if (invalid > 0) {
@@ -1071,7 +1108,7 @@ int runReport(kelp::tool::Invocation& inv) {
                  invalid == 1 ? "article" : "articles");
     if (args.has("strict")) return kelp::tool::kExitFailed;
   }
-  return kelp::tool::kExitOk;
+  return totalled ? kelp::tool::kExitOk : kelp::tool::kExitFailed;
 }
 
 int run(kelp::tool::Invocation& inv) {

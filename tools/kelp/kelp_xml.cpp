@@ -155,6 +155,9 @@ void configure(sax::SimpleXMLReader& reader, const ReaderOptions& options) {
 void reportFailure(const tool::Invocation& inv, const std::string& path,
                    const tool::StreamInput& in, const std::string& systemId, long line,
                    const std::string& message) {
+  // A handler that stopped because standard output failed: the tool
+  // reports that once, as it exits.
+  if (std::ferror(inv.out)) return;
   std::string name = tool::displayName(path);
   if (!in.error().empty())
     tool::reportAt(inv, name, 0, in.error());
@@ -507,6 +510,8 @@ int runFormat(tool::Invocation& inv) {
   in.finish();
   ZResult closed = writer->close();
   out.flush();
+  // A failed standard output is reported once, as the tool exits.
+  if (std::ferror(inv.out)) return tool::kExitFailed;
   if (!ok || !in.error().empty()) {
     reportFailure(inv, path, in, errors.systemId, errors.line, errors.message);
     return tool::kExitFailed;
