@@ -94,6 +94,7 @@ void appendEntityStart(std::string& out, const char* name) {
 struct FormatHandler::Data {
   static constexpr unsigned char kVerbatim = 0x1;  // content written as it came
   static constexpr unsigned char kContent = 0x2;   // something was written inside
+  static constexpr unsigned char kElements = 0x4;  // a child element started
 
   // What came since the last markup of a laid-out element and waits for
   // the next event to tell whether the element holds text: white space,
@@ -168,11 +169,14 @@ struct FormatHandler::Data {
 
   // Before markup of a laid-out element (a child element, or its end tag
   // when `closing`): held white space gives way to line breaks and
-  // indentation, held comments and PIs get lines of their own; an element
-  // that stays empty gets no line break.
+  // indentation, held comments and PIs get lines of their own. Only an
+  // element with child elements is laid out: in any other the white space
+  // is all the text it has, and stays.
   bool gap(bool closing) {
     if (!laidOut()) return flush();
     unsigned char& top = levels.back();
+    if (closing && !(top & kElements)) return flush();
+    if (!closing) top |= kElements;
     const std::size_t depth = levels.size();
     for (const Held& h : held) {
       if (h.kind == kSpace) continue;
@@ -229,7 +233,8 @@ std::string FormatHandler::declaredEncoding(const char* head, std::size_t size) 
   if (size < i + 6 || std::memcmp(head + i, "<?xml", 5) != 0) return "UTF-8";
   const char* begin = head + i;
   const char* end = head + size;
-  const char* close = std::search(begin, end, "?>", "?>" + 2);
+  static const char kEnd[] = "?>";
+  const char* close = std::search(begin, end, kEnd, kEnd + 2);
   const char* key = "encoding";
   const char* p = std::search(begin, close, key, key + 8);
   if (p == close) return "UTF-8";

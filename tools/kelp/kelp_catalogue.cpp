@@ -332,8 +332,8 @@ struct Catalogue {
 class CatalogueHandler : public sax::DefaultHandler {
  public:
   CatalogueHandler(const kelp::tool::Invocation& inv, const std::string& file,
-                   const std::string& text, fw::IApplication* app, bool html)
-      : inv_(inv), file_(file), lines_(text), app_(app), html_(html) {}
+                   const std::string& text, fw::IApplication* app)
+      : inv_(inv), file_(file), lines_(text), app_(app) {}
 
   const Catalogue& catalogue() const { return catalogue_; }
   const std::vector<Article>& articles() const { return articles_; }
@@ -794,7 +794,6 @@ class CatalogueHandler : public sax::DefaultHandler {
   TagLines lines_;
   int tagLine_ = 0;
   fw::IApplication* app_;
-  bool html_;
 
   Catalogue catalogue_;
   std::vector<Article> articles_;
@@ -1050,7 +1049,7 @@ int runReport(kelp::tool::Invocation& inv) {
 
   std::istringstream in(data);
   sax::ISInputSource source("", file, &in, false);
-  CatalogueHandler handler(inv, file, data, inv.app, html);
+  CatalogueHandler handler(inv, file, data, inv.app);
   sax::SimpleXMLReader reader(inv.app);
   reader.setFeature(sax::SimpleXMLReader::UseUTF8, true);
   reader.setFeature(sax::SimpleXMLReader::HTML4Entities, true);

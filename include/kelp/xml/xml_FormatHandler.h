@@ -7,14 +7,17 @@
  *
  * Streaming: memory grows with the element depth and the internal subset,
  * never with the document. White space between markup is held until the
- * next event shows what it separates. In an element whose content so far is
- * elements, comments and PIs with nothing but white space between them, that
- * white space is replaced by a line break and indentation of indentStep
- * columns per level (a tab for each 8 columns, as the writer indents) (no further than maxIndentDepth levels, so that a deep
- * document cannot make the output grow without bound); an element with other
- * text is written exactly as it came, with everything inside it. An
- * indentStep of 0 changes no white space at all: the copy then reads back as
- * the same events.
+ * next event shows what it separates. In an element with child elements
+ * whose content so far is elements, comments and PIs with nothing but
+ * white space between them, that white space is replaced by a line break
+ * and indentation of indentStep columns per level (a tab for each 8
+ * columns, as the writer indents), no deeper than maxIndentDepth levels so
+ * that a deep document cannot make the output grow without bound. Once
+ * other text appears, the element is written exactly as it came from there
+ * on, with everything inside it; white space already replaced stays
+ * replaced (the stream cannot look ahead), so layout changes white-space-only
+ * text and nothing else. An indentStep of 0 changes no white space at all:
+ * the copy then reads back as the same events.
  *
  * The handler turns the writer's lossless output on (attribute white space,
  * CR and characters the output encoding lacks as character references, real
