@@ -1053,6 +1053,9 @@ int runReport(kelp::tool::Invocation& inv) {
   sax::SimpleXMLReader reader(inv.app);
   reader.setFeature(sax::SimpleXMLReader::UseUTF8, true);
   reader.setFeature(sax::SimpleXMLReader::HTML4Entities, true);
+  // Catalogues come from outside: they never make the reader open a file.
+  reader.setFeature(sax::SimpleXMLReader::ExternalGeneralEntities, false);
+  reader.setFeature(sax::SimpleXMLReader::ExternalParameterEntities, false);
   reader.setContentHandler(&handler);
   reader.setErrorHandler(&handler);
   if (!reader.parse(&source)) {
