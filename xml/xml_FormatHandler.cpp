@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <set>
 #include <vector>
 
 #include <kelp/xml/sax/sax_Attributes.h>
@@ -118,6 +119,9 @@ struct FormatHandler::Data {
   // Depth inside general entities whose reference was written: their
   // events are left out, the reference stands for them.
   int inEntity = 0;
+  // External general entities: when one is read, its content is written in
+  // its place, so that the copy stands on its own.
+  std::set<std::string> external;
   std::string dtName, dtPublicId, dtSystemId, subset;
   std::string error;
 
@@ -252,6 +256,7 @@ bool FormatHandler::startDocument() {
   d->clearHeld();
   d->inCData = d->inDTD = false;
   d->inEntity = 0;
+  d->external.clear();
   d->error.clear();
   return true;
 }
@@ -346,19 +351,20 @@ bool FormatHandler::endCDATA() {
 namespace {
 // General entities met in content; parameter entities and the external
 // subset ("[dtd]") belong to the document type.
-bool contentEntity(const char* name) {
+bool generalEntity(const char* name) {
   return name && *name && *name != '%' && *name != '[';
 }
 }  // namespace
 
 bool FormatHandler::startEntity(const char* name) {
-  if (d->inDTD || !contentEntity(name)) return true;
+  if (d->inDTD || !generalEntity(name) || d->external.count(name)) return true;
   if (d->inEntity++ > 0) return true;
   return d->toText() && d->check(d->writer->entityReference(name));
 }
 
 bool FormatHandler::endEntity(const char* name) {
-  if (!d->inDTD && contentEntity(name) && d->inEntity > 0) --d->inEntity;
+  if (!d->inDTD && generalEntity(name) && !d->external.count(name) && d->inEntity > 0)
+    --d->inEntity;
   return true;
 }
 
@@ -425,6 +431,7 @@ bool FormatHandler::externalEntityDecl(const char* name, const char* publicId,
   appendEntityStart(d->subset, name);
   appendExternalId(d->subset, publicId, systemId);
   d->subset += ">\n";
+  if (generalEntity(name)) d->external.insert(name);
   return true;
 }
 

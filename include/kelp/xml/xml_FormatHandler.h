@@ -67,8 +67,10 @@ class KELP_API FormatHandler : public sax::DefaultHandler {
   bool processingInstruction(const char* target, const char* data) override;
   bool skippedEntity(const char* name) override;
   bool comment(const char* text) override;
-  /* A general entity reference in content is written as the reference;
-   * the events of its replacement text are left out. */
+  /* A reference to an internal general entity in content is written as
+   * the reference, the events of its replacement text left out; an
+   * external entity that the reader read is written as its content, so
+   * that the copy stands on its own (one it skipped stays a reference). */
   bool startEntity(const char* name) override;
   bool endEntity(const char* name) override;
   bool startCDATA() override;
