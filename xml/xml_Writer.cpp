@@ -172,7 +172,12 @@ struct XMLWriter::Data {
   void endLiteral() {
     if (!inLiteralNow) return;
     inLiteralNow = false;
-    literals.emplace_back(literalStart, static_cast<std::size_t>(bufFill - bufBegin));
+    try {
+      literals.emplace_back(literalStart, static_cast<std::size_t>(bufFill - bufBegin));
+    } catch (const std::bad_alloc&) {
+      // Out of memory: the range is forgotten, and a character the
+      // encoding lacks may then come out as a reference inside it.
+    }
   }
   // After `consumed` bytes left the buffer, the ranges move down with it.
   void shiftLiterals(std::size_t consumed) {
