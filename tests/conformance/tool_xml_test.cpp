@@ -29,7 +29,6 @@
 #include <clocale>
 #include <cstdio>
 #include <filesystem>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -100,8 +99,26 @@ std::string canonicalWithoutLayout(qor::quv::fw::IApplication* app, const std::s
   } else {
     ok = reader.parse(file);
   }
-  static const std::regex kLayout(">(&#9;|&#10;|&#13;| )+<");
-  return ok ? std::regex_replace(out, kLayout, "><") : "";
+  if (!ok) return "";
+  // Between '>' and '<', runs of white space (as references) go.
+  std::string kept;
+  for (std::size_t i = 0; i < out.size();) {
+    kept += out[i];
+    if (out[i++] != '>') continue;
+    std::size_t j = i;
+    for (;;) {
+      if (out.compare(j, 1, " ") == 0)
+        j += 1;
+      else if (out.compare(j, 4, "&#9;") == 0)
+        j += 4;
+      else if (out.compare(j, 5, "&#10;") == 0 || out.compare(j, 5, "&#13;") == 0)
+        j += 5;
+      else
+        break;
+    }
+    if (j > i && j < out.size() && out[j] == '<') i = j;
+  }
+  return kept;
 }
 
 // The reader's first fatal error as the tool reports it.
