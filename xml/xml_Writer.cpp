@@ -13,6 +13,8 @@
 #include <ostream>
 #include <sstream>
 #include <utility>
+#include <vector>
+#include <cstdio>
 
 #include <kelp/util/utl_PString.h>
 #include <ktz/ktz_atomic.h>
@@ -60,6 +62,17 @@ struct XMLWriter::Data {
   std::unique_ptr<char[]> converted;  // made when first needed
   // A write to the stream failed since the current operation began.
   bool writeFailed = false;
+  bool lossless = false;
+  // The XML declaration is out (comments and PIs may precede the first
+  // element), and the document type.
+  bool declared = false;
+  bool doctypeWritten = false;
+  // The application's code set is UTF-8, so an unconvertible character can
+  // be decoded into a character reference.
+  bool appUtf8 = false;
+  // Depth of comments, PIs and CDATA sections being written: no character
+  // reference is possible there. Tracked per buffered byte range below.
+  std::size_t noRefFrom = 0;
 
   bool isOpen() const { return stream || ostream; }
 
@@ -102,9 +115,16 @@ struct XMLWriter::Data {
       pos += used;
       if (made > 0 && !emit(converted.get(), made)) ok = false;
       if (res == zob::kIllegalSequence) {
+        if (pos >= fill) break;
+        if (lossless && appUtf8 && !inLiteral(pos)) {
+          std::size_t taken = writeCharRef(pos, fill);
+          if (taken > 0) {
+            pos += taken;
+            continue;
+          }
+        }
         // The byte that cannot be converted is dropped: losing it is
         // better than failing the whole document.
-        if (pos >= fill) break;
         ++pos;
         continue;
       }
@@ -128,7 +148,68 @@ struct XMLWriter::Data {
     const std::size_t rest = fill - pos;
     if (rest > 0) std::memmove(bufBegin, bufBegin + pos, rest);
     bufFill = bufBegin + rest;
+    shiftLiterals(pos);
     return ok;
+  }
+
+  // Byte ranges of the buffer written inside CDATA sections, comments and
+  // PIs, where a character reference would not be read as one. Offsets
+  // from bufBegin; kept only while lossless output converts.
+  std::vector<std::pair<std::size_t, std::size_t>> literals;
+  std::size_t literalStart = 0;
+  bool inLiteralNow = false;
+
+  bool inLiteral(std::size_t pos) const {
+    for (const auto& [from, to] : literals)
+      if (pos >= from && pos < to) return true;
+    return inLiteralNow && pos >= literalStart;
+  }
+  void beginLiteral() {
+    if (!codec || !lossless) return;
+    inLiteralNow = true;
+    literalStart = static_cast<std::size_t>(bufFill - bufBegin);
+  }
+  void endLiteral() {
+    if (!inLiteralNow) return;
+    inLiteralNow = false;
+    try {
+      literals.emplace_back(literalStart, static_cast<std::size_t>(bufFill - bufBegin));
+    } catch (const std::bad_alloc&) {
+      // Out of memory: the range is forgotten, and a character the
+      // encoding lacks may then come out as a reference inside it.
+    }
+  }
+  // After `consumed` bytes left the buffer, the ranges move down with it.
+  void shiftLiterals(std::size_t consumed) {
+    std::size_t n = 0;
+    for (auto& [from, to] : literals) {
+      if (to <= consumed) continue;
+      literals[n++] = {from > consumed ? from - consumed : 0, to - consumed};
+    }
+    literals.resize(n);
+    literalStart = literalStart > consumed ? literalStart - consumed : 0;
+  }
+
+  // The UTF-8 character at bufBegin[pos] that the codec refused, written
+  // as "&#N;" through the codec; the number of bytes it took, 0 when the
+  // bytes are no whole UTF-8 character.
+  std::size_t writeCharRef(std::size_t pos, std::size_t fill) {
+    const auto* p = reinterpret_cast<const unsigned char*>(bufBegin + pos);
+    const std::size_t avail = fill - pos;
+    std::size_t len = p[0] >= 0xf0 ? 4 : p[0] >= 0xe0 ? 3 : p[0] >= 0xc0 ? 2 : 1;
+    if (len == 1 || len > avail) return 0;
+    std::uint32_t cp = p[0] & (0x7f >> len);
+    for (std::size_t i = 1; i < len; ++i) {
+      if ((p[i] & 0xc0) != 0x80) return 0;
+      cp = (cp << 6) | (p[i] & 0x3f);
+    }
+    char ref[16];
+    int n = std::snprintf(ref, sizeof ref, "&#%u;", static_cast<unsigned>(cp));
+    std::size_t used = 0, made = 0;
+    ZResult res = ktzConvertText2(codec, ref, static_cast<std::size_t>(n), &used, converted.get(),
+                                  kBufferSize, &made, 0);
+    if (EFAILED(res) || !emit(converted.get(), made)) writeFailed = true;
+    return len;
   }
 
   // Appends to the buffer: one capacity check for the small writes that
@@ -217,6 +298,15 @@ struct XMLWriter::Data {
         case '\'':
           write("&apos;", 6);
           break;
+        case '\t':
+          write("&#9;", 4);
+          break;
+        case '\n':
+          write("&#10;", 5);
+          break;
+        case '\r':
+          write("&#13;", 5);
+          break;
         default:
           write(*p);  // cannot happen: only the characters above are special
           break;
@@ -271,6 +361,7 @@ struct XMLWriter::Data {
   bool initCodec() {
     closeCodec();
     std::string appCodeSet = XMLWriter::getAppCodeSet();
+    appUtf8 = appCodeSet == "UTF-8";
     if (encoding == appCodeSet) return true;
     if (EFAILED(ktzOpenTextCodec(appCodeSet.c_str(), encoding.c_str(), &codec))) {
       codec = nullptr;
@@ -354,15 +445,19 @@ ZResult XMLWriter::invalidState(const char* message) {
 
 ZResult XMLWriter::writeDeclaration() {
   Data& d = *d_;
-  if (!d.initCodec()) return zob::kWriteFailure;
-  d.markup("<?xml version='1.0'");
-  if (!d.encoding.empty()) {
-    d.write(" encoding=");
-    d.write(quoteAttrValue(d.encoding.c_str()));
+  if (!d.declared) {
+    if (!d.initCodec()) return zob::kWriteFailure;
+    d.declared = true;
+    d.markup("<?xml version='1.0'");
+    if (!d.encoding.empty()) {
+      d.write(" encoding=");
+      d.write(quoteAttrValue(d.encoding.c_str()));
+    }
+    d.write("?>");
+    d.eol(0);
   }
-  d.write("?>");
-  d.eol(0);
-  if (!d.doctypeName.empty()) {
+  if (!d.doctypeName.empty() && !d.doctypeWritten) {
+    d.doctypeWritten = true;
     std::string doctype;
     if (!d.publicId.empty())
       doctype = std::string("<!DOCTYPE %1 PUBLIC %2 %3>")
@@ -375,6 +470,125 @@ ZResult XMLWriter::writeDeclaration() {
     d.eol(0);
   }
   return zob::kOk;
+}
+
+// Ends an open start tag before content, as characters does.
+ZResult XMLWriter::openContent() {
+  Data& d = *d_;
+  if (d.state == Probe::kStartTagOpen) {
+    d.markup(">");
+    if (!d.elements.empty() && d.elements.back().second == kFormatIndentedBlock) d.eol(+1);
+    d.state = Probe::kContent;
+  }
+  return zob::kOk;
+}
+
+// A comment or PI: on its own line outside the document element, in place
+// inside it.
+ZResult XMLWriter::prologItem(const std::string& text) {
+  Data& d = *d_;
+  if (d.state == Probe::kCData) return zob::kInvalidState;
+  if (d.state == Probe::kProlog) {
+    ZResult res = writeDeclaration();
+    if (EFAILED(res)) return res;
+  }
+  const bool outside = d.elements.empty();
+  if (outside)
+    d.eol(0);
+  else
+    openContent();
+  // Only the text between the delimiters is literal, but a reference in
+  // the delimiters cannot arise: they are ASCII.
+  d.beginLiteral();
+  if (outside)
+    d.markup(text);
+  else
+    d.content(text);
+  d.endLiteral();
+  if (outside) d.eol(0);
+  return d.result();
+}
+
+ZResult XMLWriter::comment(const char* text) try {
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
+  if (!text) text = "";
+  const std::size_t n = std::strlen(text);
+  if (std::strstr(text, "--") || (n > 0 && text[n - 1] == '-')) return zob::kInvalidArgument;
+  return prologItem(std::string("<!--") + text + "-->");
+} catch (const std::exception&) {
+  return zob::kOutOfMemory;
+}
+
+ZResult XMLWriter::processingInstruction(const char* target, const char* data) try {
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
+  if (!target || !*target) return zob::kInvalidArgument;
+  if (!data) data = "";
+  if (std::strstr(data, "?>")) return zob::kInvalidArgument;
+  std::string text = std::string("<?") + target;
+  if (*data) {
+    text += ' ';
+    text += data;
+  }
+  text += "?>";
+  return prologItem(text);
+} catch (const std::exception&) {
+  return zob::kOutOfMemory;
+}
+
+ZResult XMLWriter::docType(const char* name, const char* publicId, const char* systemId,
+                           const char* internalSubset) try {
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
+  if (!name || !*name) return zob::kInvalidArgument;
+  Data& d = *d_;
+  if (d.state != Probe::kProlog || d.doctypeWritten)
+    return invalidState("Document type after the document element");
+  ZResult res = writeDeclaration();
+  if (EFAILED(res)) return res;
+  d.doctypeWritten = true;
+  std::string text = std::string("<!DOCTYPE ") + name;
+  if (publicId && *publicId) {
+    text += " PUBLIC " + quoteId(publicId);
+    text += " " + quoteId(systemId ? systemId : "");
+  } else if (systemId && *systemId) {
+    text += " SYSTEM " + quoteId(systemId);
+  }
+  if (internalSubset && *internalSubset) {
+    text += " [";
+    text += internalSubset;
+    text += "]";
+  }
+  text += ">";
+  d.eol(0);
+  d.markup(text);
+  d.eol(0);
+  return d.result();
+} catch (const std::exception&) {
+  return zob::kOutOfMemory;
+}
+
+ZResult XMLWriter::entityReference(const char* name) try {
+  if (!d_ || !d_->isOpen()) return zob::kInvalidState;
+  if (!name || !*name) return zob::kInvalidArgument;
+  Data& d = *d_;
+  if (d.state == Probe::kCData) return zob::kInvalidState;
+  if (d.state == Probe::kProlog) return invalidState("Character data in prolog.");
+  openContent();
+  d.content("&");
+  d.write(name);
+  d.write(';');
+  return d.result();
+} catch (const std::exception&) {
+  return zob::kOutOfMemory;
+}
+
+void XMLWriter::setLossless(bool on) {
+  if (d_) d_->lossless = on;
+}
+
+std::string XMLWriter::quoteId(const char* id) {
+  // A system literal has no references: pick the quote it lacks.
+  const char quote = std::strchr(id, '\'') ? '"' : '\'';
+  return quote + std::string(id) + quote;
 }
 
 ZResult XMLWriter::startElement(const char* name, ElementFormat format) try {
@@ -432,7 +646,7 @@ ZResult XMLWriter::stringAttribute(const char* name, const char* value) try {
   // The same bytes as quoteAttrValue(value), which a value without any of
   // ' & < leaves as it is between the quotes; written without a copy.
   d.write('\'');
-  d.writeEscaped(value, detail::kAttrSpecial);
+  d.writeEscaped(value, d.lossless ? detail::kAttrLossless : detail::kAttrSpecial);
   d.write('\'');
   return d.result();
 } catch (const std::exception&) {
@@ -471,7 +685,7 @@ ZResult XMLWriter::characters(const char* text) try {
   if (text) {
     // quoteCharData(text), written without a copy: a text without any of
     // & < > goes out as it is.
-    d.writeEscaped(text, detail::kTextSpecial);
+    d.writeEscaped(text, d.lossless ? detail::kTextLossless : detail::kTextSpecial);
     d.atLineStart = false;
   }
   return d.result();
@@ -504,6 +718,16 @@ bool XMLWriter::cdata(const char* text) {
 
 ZResult XMLWriter::startCDATA() {
   if (!d_ || !d_->isOpen()) return zob::kInvalidState;
+  if (d_->lossless) {
+    Data& d = *d_;
+    if (d.state == Probe::kProlog || d.state == Probe::kCData) return zob::kInvalidState;
+    openContent();
+    d.bracketCount = 0;
+    d.content("<![CDATA[");
+    d.beginLiteral();
+    d.state = Probe::kCData;
+    return d.result();
+  }
   d_->bracketCount = 0;
   d_->content("<![CDATA[");
   return d_->result();
@@ -511,6 +735,10 @@ ZResult XMLWriter::startCDATA() {
 
 ZResult XMLWriter::endCDATA() {
   if (!d_ || !d_->isOpen()) return zob::kInvalidState;
+  if (d_->lossless && d_->state == Probe::kCData) {
+    d_->endLiteral();
+    d_->state = Probe::kContent;
+  }
   d_->content("]]>");
   return EFAILED(d_->result()) ? 0 : 1;
 }

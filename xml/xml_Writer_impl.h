@@ -19,6 +19,12 @@ namespace qor::quv::xml::detail {
  * The terminating NUL ends a run in both. */
 constexpr unsigned char kAttrSpecial = 0x1;
 constexpr unsigned char kTextSpecial = 0x2;
+/* The further bytes a lossless writer escapes: tab, line feed and carriage
+ * return in attribute values (a reader would normalise them to spaces) and
+ * carriage return in character data (a reader would turn it into a line
+ * feed). */
+constexpr unsigned char kAttrLossless = kAttrSpecial | 0x4;
+constexpr unsigned char kTextLossless = kTextSpecial | 0x8;
 
 constexpr std::array<unsigned char, 256> makeWriterChars() {
   std::array<unsigned char, 256> t{};
@@ -27,6 +33,9 @@ constexpr std::array<unsigned char, 256> makeWriterChars() {
   t['&'] = kAttrSpecial | kTextSpecial;
   t['<'] = kAttrSpecial | kTextSpecial;
   t['>'] = kTextSpecial;
+  t['\t'] = 0x4;
+  t['\n'] = 0x4;
+  t['\r'] = 0x4 | 0x8;
   return t;
 }
 inline constexpr std::array<unsigned char, 256> kWriterChars = makeWriterChars();

@@ -39,7 +39,7 @@ TEST(KelpXhtml, PlainText) {
   ToolResult r = runKelp({"xhtml", "text", dir.file("page.xhtml")});
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.err, "");
-  // Latin-1 characters come out as UTF-8.
+  // Characters come out as UTF-8.
   EXPECT_EQ(r.out,
             "Caf\xC3\xA9 menu\n"
             "Fresh *bread* and \"good\" coffee.\n"
@@ -49,6 +49,11 @@ TEST(KelpXhtml, PlainText) {
             "term -- desc\n"
             "-----------\n"
             "a b\n");
+  // And beyond Latin-1, under any locale.
+  r = runKelp({"xhtml", "text", "-"},
+              "<html><head><title>t</title></head><body><p>12 \xE2\x82\xAC &#x2248;</p></body></html>",
+              {{"LC_ALL", "C"}});
+  EXPECT_EQ(r.out, "12 \xE2\x82\xAC \xE2\x89\x88\n");
 }
 
 TEST(KelpXhtml, Html) {

@@ -275,13 +275,48 @@ TEST(KelpXml, FormatIndentsElementContentAndKeepsText) {
             "<?xml version='1.0' encoding='UTF-8'?>\n<a>\n    <b>\n\t<c/>\n    </b>\n</a>\n");
   r = runKelp({"xml", "format", "--indent=9", "-"}, "<a><b/></a>");
   EXPECT_EQ(r.out, "<?xml version='1.0' encoding='UTF-8'?>\n<a>\n\t <b/>\n</a>\n");
-  r = runKelp({"xml", "format", "--indent=0", "-"}, "<a><b/></a>");
-  EXPECT_EQ(r.out, "<?xml version='1.0' encoding='UTF-8'?>\n<a>\n<b/>\n</a>\n");
+  // No indentation: white space stays as it is.
+  r = runKelp({"xml", "format", "--indent=0", "-"}, "<a><b/>\n </a>");
+  EXPECT_EQ(r.out, "<?xml version='1.0' encoding='UTF-8'?>\n<a><b/>\n </a>\n");
 
-  // Text-only and mixed content come out exactly; CDATA as escaped text.
+  // Text-only and mixed content come out exactly, CDATA sections included.
   r = runKelp({"xml", "format", "-"}, "<a>  x &lt; <![CDATA[<y>]]>\n <b> </b></a>");
   EXPECT_EQ(r.out,
-            "<?xml version='1.0' encoding='UTF-8'?>\n<a>  x &lt; &lt;y&gt;\n <b> </b></a>\n");
+            "<?xml version='1.0' encoding='UTF-8'?>\n<a>  x &lt; <![CDATA[<y>]]>\n <b> </b></a>\n");
+
+  // Indentation stops growing 40 levels down: 80 columns are ten tabs.
+  std::string deep, expected = "<?xml version='1.0' encoding='UTF-8'?>\n";
+  for (int i = 0; i < 45; ++i) deep += "<e>";
+  for (int i = 0; i < 45; ++i) deep += "</e>";
+  r = runKelp({"xml", "format", "-"}, deep);
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("\n" + std::string(10, '\t') + "<e>\n" + std::string(10, '\t') + "<e>"),
+            std::string::npos);
+  EXPECT_EQ(r.out.find(std::string(11, '\t')), std::string::npos);
+}
+
+TEST(KelpXml, FormatKeepsWhatTheReaderReports) {
+  // Document type with its internal subset, comments and PIs in and out of
+  // the element, CDATA, skipped entities, attribute order and white space.
+  const char doc[] =
+      "<?xml version='1.0'?>\n<!-- before -->\n"
+      "<!DOCTYPE r SYSTEM 'r.dtd' [\n<!ELEMENT r ANY>\n<!ATTLIST r x CDATA \"d&amp;\">\n"
+      "<!ENTITY e \"&#38;#38;\">\n<!ENTITY % p 'q'>\n<!NOTATION n PUBLIC 'pn'>\n"
+      "<!ENTITY u SYSTEM 'u.bin' NDATA n>\n<?dtd pi?>\n]>\n"
+      "<r z='1' a='t&#9;b&#10;c&#13;d' m='1'>\n<!--c--><?p d?>\n<b>a&#13;b<![CDATA[x]]]]><![CDATA[>y]]>"
+      "&e;&skipped;</b>\n</r>\n<?after?>\n";
+  ToolResult r = runKelp({"xml", "format", "-"}, doc);
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out,
+            "<?xml version='1.0' encoding='UTF-8'?>\n<!-- before -->\n"
+            "<!DOCTYPE r SYSTEM 'r.dtd' [\n<!ELEMENT r ANY>\n<!ATTLIST r x CDATA \"d&#38;\">\n"
+            "<!ENTITY e \"&#38;#38;\">\n<!ENTITY % p \"q\">\n<!NOTATION n PUBLIC \"pn\">\n"
+            "<!ENTITY u SYSTEM \"u.bin\" NDATA n>\n<?dtd pi?>\n]>\n"
+            "<r z='1' a='t&#9;b&#10;c&#13;d' m='1'>\n  <!--c-->\n  <?p d?>\n"
+            "  <b>a&#13;b<![CDATA[x]]]]><![CDATA[>y]]>&e;&skipped;</b>\n</r>\n<?after?>\n");
+  // Without layout the copy reads back as the same events.
+  ToolResult copy = runKelp({"xml", "format", "--indent=0", "-"}, doc);
+  EXPECT_EQ(runKelp({"xml", "events", "-"}, copy.out).out, runKelp({"xml", "events", "-"}, doc).out);
 }
 
 TEST(KelpXml, FormatKeepsNamesAsWritten) {
@@ -292,7 +327,7 @@ TEST(KelpXml, FormatKeepsNamesAsWritten) {
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out,
             "<?xml version='1.0' encoding='UTF-8'?>\n"
-            "<p:a xmlns='d' xmlns:p='u'>\n"
+            "<p:a xmlns:p='u' xmlns='d'>\n"
             "  <p:b x:y='1'/>\n"
             "  <c :='2'/>\n"
             "</p:a>\n");
@@ -320,11 +355,18 @@ TEST(KelpXml, FormatEncodings) {
       runKelp({"xml", "format", "--encoding", "ISO-8859-1", "-"}, "<a><b>\xC3\xA9</b></a>");
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out, "<?xml version='1.0' encoding='ISO-8859-1'?>\n<a>\n  <b>\xE9</b>\n</a>\n");
-  // And back: the declaration makes the reader decode Latin-1.
+  // The declared encoding is kept; the reader decodes it.
   TempDir dir;
-  writeFile(dir.file("l1.xml"), r.out);
+  const std::string latin1 = r.out;
+  writeFile(dir.file("l1.xml"), latin1);
   r = runKelp({"xml", "format", dir.file("l1.xml")});
+  EXPECT_EQ(r.out, latin1);
+  r = runKelp({"xml", "format", "--encoding", "UTF-8", dir.file("l1.xml")});
   EXPECT_EQ(r.out, "<?xml version='1.0' encoding='UTF-8'?>\n<a>\n  <b>\xC3\xA9</b>\n</a>\n");
+  // What the encoding cannot hold becomes a character reference.
+  r = runKelp({"xml", "format", "--encoding", "ASCII", "-"},
+              "<a o='Zo\xC3\xAB'>\xC3\xAB\xE2\x82\xAC<!--\xC3\xAB--></a>");
+  EXPECT_EQ(r.out, "<?xml version='1.0' encoding='ASCII'?>\n<a o='Zo&#235;'>&#235;&#8364;<!----></a>\n");
 
   // UTF-8 text whatever the locale.
   r = runKelp({"xml", "format", "-"}, "<a>\xE2\x82\xAC</a>", {{"LC_ALL", "C"}});
@@ -353,8 +395,7 @@ TEST(KelpXml, FormatFailures) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.input);
     ToolResult r = runKelp({"xml", "format", "-"}, c.input);
-    EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.status, 1);  // the output stops where the error was found
     EXPECT_EQ(r.err, c.err);
   }
   ToolResult r = runKelp({"xml", "format", dir.file("none.xml")});
@@ -377,6 +418,55 @@ TEST(KelpXml, CanonicalForm) {
   r = runKelp({"xml", "canon", "-"}, "<a><b></a>");
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.err, "<stdin>:1: element start/end tag name mismatch: b vs. a\n");
+}
+
+TEST(KelpXml, W3CCanonicalForm) {
+  // Expected forms worked out by hand from the rules of Canonical XML 1.0.
+  const struct {
+    const char* name;
+    const char* input;
+    const char* plain;     // without comments
+    const char* comments;  // with comments; null: as plain
+  } cases[] = {
+      {"outside the document element",
+       "<?xml version=\"1.0\"?>\n\n<?style   href=\"d\"\n  t=\"x\"  ?>\n\n"
+       "<!DOCTYPE doc SYSTEM \"doc.dtd\">\n<doc>Hi<!-- c1 --></doc>\n\n<?nodata   ?>\n"
+       "<!-- c2 -->\n\n<!-- c3 -->",
+       "<?style href=\"d\"\n  t=\"x\"  ?>\n<doc>Hi</doc>\n<?nodata?>",
+       "<?style href=\"d\"\n  t=\"x\"  ?>\n<doc>Hi<!-- c1 --></doc>\n<?nodata?>\n<!-- c2 -->\n"
+       "<!-- c3 -->"},
+      {"superfluous declarations and attribute order",
+       "<a xmlns=\"urn:d\" xmlns:p=\"urn:p\"><b xmlns=\"urn:d\" xmlns:q=\"urn:q\" "
+       "xmlns:p=\"urn:p2\" p:y=\"1\" y=\"2\"><c xmlns=\"\"/></b></a>",
+       "<a xmlns=\"urn:d\" xmlns:p=\"urn:p\"><b xmlns:p=\"urn:p2\" xmlns:q=\"urn:q\" y=\"2\" "
+       "p:y=\"1\"><c xmlns=\"\"></c></b></a>",
+       nullptr},
+      {"attributes by namespace URI, not prefix",
+       "<e xmlns:z='urn:a' xmlns:a='urn:b' a:x='1' z:x='2' b='3'/>",
+       "<e xmlns:a=\"urn:b\" xmlns:z=\"urn:a\" b=\"3\" z:x=\"2\" a:x=\"1\"></e>", nullptr},
+      {"an empty default where none was in scope", "<r xmlns=''><s xmlns:p='u'/></r>",
+       "<r><s xmlns:p=\"u\"></s></r>", nullptr},
+      {"escaping",
+       "<a t='&#9;&#10;&#13;&quot;&lt;&gt;\"&amp;'>&#13;&lt;&gt;&amp;\"'<![CDATA[<x>]]></a>",
+       "<a t=\"&#x9;&#xA;&#xD;&quot;&lt;>&quot;&amp;\">&#xD;&lt;&gt;&amp;\"'&lt;x&gt;</a>", nullptr},
+      {"entities expanded, the document type left out",
+       "<!DOCTYPE a [<!ENTITY e 'x&#38;#38;y'><?dpi d?><!--dc-->]><a>&e;</a>",
+       "<a>x&amp;y</a>", nullptr},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    ToolResult r = runKelp({"xml", "canon", "--c14n", "-"}, c.input);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, c.plain);
+    r = runKelp({"xml", "canon", "--c14n", "--with-comments", "-"}, c.input);
+    EXPECT_EQ(r.out, c.comments ? c.comments : c.plain);
+  }
+  ToolResult r = runKelp({"xml", "canon", "--c14n", "--notations", "-"}, "<a/>");
+  EXPECT_EQ(r.status, 2);
+  EXPECT_EQ(r.err, "kelp xml: --c14n goes with neither --notations nor --no-namespaces\n" +
+                       std::string(kUsage));
+  r = runKelp({"xml", "canon", "--with-comments", "-"}, "<a/>");
+  EXPECT_EQ(r.status, 2);
 }
 
 TEST(KelpXml, LargeInputsShowNoBarWithoutATerminal) {

@@ -429,12 +429,13 @@ TEST(XMLWriter, EncodingEqualToTheApplicationCodeSetPassesBytesThrough) {
 }
 
 TEST(XMLWriter, UnconvertibleBytesAreDropped) {
-  MemWriter m;  // "C" locale to UTF-8: bytes above 127 are not ASCII
+  MemWriter m;  // UTF-8 (the "C" locale's) to ASCII: ill-formed bytes and é
+  m.w->setEncoding("US-ASCII");
   m.w->startElement("t", kFormatInline);
   EXPECT_TRUE(XMLWriterProbe::converts(*m.w));
-  EXPECT_EQ(m.w->characters("a\xe9z\x80\xff!"), zob::kOk);
+  EXPECT_EQ(m.w->characters("a\xe9z\x80\xff!\xc3\xa9"), zob::kOk);
   m.w->endElement();
-  EXPECT_EQ(m.closed(), std::string(kDecl) + "<t>az!</t>");
+  EXPECT_EQ(m.closed(), "<?xml version='1.0' encoding='US-ASCII'?>\n<t>az!</t>");
 }
 
 TEST(XMLWriter, ConvertsFromAUTF8LocaleAcrossBufferBoundaries) {
@@ -1070,4 +1071,81 @@ TEST(XMLWriter, AStreamThatRefusesConvertedOutputGivesWriteFailures) {
   EXPECT_EQ(w->endElement(), zob::kOk);
   EXPECT_EQ(errorOf(w.get()), "");
   EXPECT_EQ(w->close(), zob::kWriteFailure);
+}
+
+// ---- lossless output, comments, PIs, document types --------------------------
+
+TEST(XMLWriterLossless, WhiteSpaceAndUnconvertibleCharactersAsReferences) {
+  const struct {
+    const char* name;
+    const char* encoding;
+    bool lossless;
+    const char* attr;
+    const char* text;
+    const char* expected;  // after the declaration
+  } cases[] = {
+      {"off: as specified", "UTF-8", false, "a\tb\nc\rd", "x\ry", "<e v='a\tb\nc\rd'>x\ry</e>"},
+      {"on: references", "UTF-8", true, "a\tb\nc\rd", "x\ry\tz\n",
+       "<e v='a&#9;b&#10;c&#13;d'>x&#13;y\tz\n</e>"},
+      {"on: ASCII gets references", "US-ASCII", true, "Zo\xC3\xAB", "\xE2\x82\xAC\xF0\x9F\x98\x80!",
+       "<e v='Zo&#235;'>&#8364;&#128512;!</e>"},
+      {"off: ASCII drops", "US-ASCII", false, "Zo\xC3\xAB", "\xE2\x82\xAC!", "<e v='Zo'>!</e>"},
+      {"on: Latin-1 keeps what it holds", "ISO-8859-1", true, "\xC3\xAB", "\xE2\x82\xAC",
+       "<e v='\xEB'>&#8364;</e>"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    MemWriter m;
+    m.w->setEncoding(c.encoding);
+    m.w->setLossless(c.lossless);
+    m.w->startElement("e", kFormatInline);
+    m.w->stringAttribute("v", c.attr);
+    m.w->characters(c.text);
+    m.w->endElement();
+    EXPECT_EQ(m.closed(),
+              std::string("<?xml version='1.0' encoding='") + c.encoding + "'?>\n" + c.expected);
+  }
+}
+
+TEST(XMLWriterLossless, LiteralsAndSectionsGetNoReferences) {
+  // In a comment, a PI or a CDATA section a reference would not be one:
+  // there the character is dropped.
+  MemWriter m;
+  m.w->setEncoding("US-ASCII");
+  m.w->setLossless(true);
+  m.w->startElement("e", kFormatInline);
+  m.w->comment("\xC3\xAB");
+  m.w->processingInstruction("p", "\xC3\xAB");
+  EXPECT_EQ(m.w->startCDATA(), zob::kOk);
+  m.w->characters("\xC3\xAB]]>");
+  EXPECT_EQ(m.w->endCDATA(), 1);
+  m.w->characters("\xC3\xAB");
+  m.w->endElement();
+  EXPECT_EQ(m.closed(), "<?xml version='1.0' encoding='US-ASCII'?>\n"
+                        "<e><!----><?p ?><![CDATA[]]]]><![CDATA[>]]>&#235;</e>");
+}
+
+TEST(XMLWriterLossless, PrologItemsAndDocumentType) {
+  MemWriter m;
+  EXPECT_EQ(m.w->comment("a"), zob::kOk);
+  EXPECT_EQ(m.w->docType("r", "", "r.dtd", "\n<!ENTITY e 'x'>\n"), zob::kOk);
+  EXPECT_EQ(m.w->processingInstruction("pi", ""), zob::kOk);
+  m.w->startElement("r", kFormatInline);
+  EXPECT_EQ(m.w->entityReference("e"), zob::kOk);
+  EXPECT_EQ(m.w->comment("in"), zob::kOk);
+  m.w->endElement();
+  EXPECT_EQ(m.w->processingInstruction("end", "x y"), zob::kOk);
+  EXPECT_EQ(m.closed(), std::string(kDecl) +
+                            "<!--a-->\n<!DOCTYPE r SYSTEM 'r.dtd' [\n<!ENTITY e 'x'>\n]>\n"
+                            "<?pi?>\n<r>&e;<!--in--></r>\n<?end x y?>\n");
+  // What cannot be written.
+  MemWriter n;
+  EXPECT_EQ(n.w->comment("a--b"), zob::kInvalidArgument);
+  EXPECT_EQ(n.w->comment("a-"), zob::kInvalidArgument);
+  EXPECT_EQ(n.w->processingInstruction("p", "a?>"), zob::kInvalidArgument);
+  EXPECT_EQ(n.w->processingInstruction("", "a"), zob::kInvalidArgument);
+  EXPECT_EQ(n.w->entityReference("e"), zob::kInvalidState);  // in the prolog
+  n.w->startElement("r", kFormatInline);
+  EXPECT_EQ(n.w->docType("r", "", "", ""), zob::kInvalidState);
+  EXPECT_EQ(errorOf(n.w.get()), "Document type after the document element");
 }

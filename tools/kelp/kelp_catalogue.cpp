@@ -12,7 +12,7 @@
 #include <kelp/host_locale.h>
 #include <kelp/layout/lo_Document.h>
 #include <kelp/layout/lo_HtmlFmt.h>
-#include <kelp/layout/lo_PlainTextFmt.h>
+#include <kelp/layout/lo_Utf8PlainTextFmt.h>
 #include <kelp/layout/lo_XHtmlReader.h>
 #include <kelp/util/utl_CatalogueReader.h>
 #include <kelp/util/utl_Decimal.h>
@@ -122,39 +122,6 @@ class GlobalLocale {
 
 std::string htmlEscaped(const std::string& s) {
   return qor::quv::xml::XMLWriter::quoteCharData(s.c_str());
-}
-
-// The plain-text formatter writes each character as one byte, which is
-// ISO-8859-1 for the characters up to U+00FF; so before rendering as text,
-// every UTF-8 sequence beyond U+00FF becomes "?" ...
-std::string keepLatin1(const char* s) {
-  std::string out;
-  for (; *s; ++s) {
-    auto b = static_cast<unsigned char>(*s);
-    if (b < 0x80 || b == 0xC2 || b == 0xC3) {
-      out += *s;
-      if (b >= 0xC2 && s[1]) out += *++s;
-      continue;
-    }
-    if (b >= 0xC0) out += '?';
-    // Continuation bytes of a dropped sequence are skipped.
-  }
-  return out;
-}
-
-// ... and its output goes back to UTF-8.
-std::string latin1ToUtf8(const std::string& s) {
-  std::string out;
-  for (char c : s) {
-    auto b = static_cast<unsigned char>(c);
-    if (b < 0x80) {
-      out += c;
-    } else {
-      out += static_cast<char>(0xC0 | (b >> 6));
-      out += static_cast<char>(0x80 | (b & 0x3F));
-    }
-  }
-  return out;
 }
 
 // A description page (one reference for the caller), or null.
@@ -321,11 +288,11 @@ class Report {
       // The plain-text formatter writes one byte per character (ISO-8859-1),
       // so beyond U+00FF the text shows "?".
       if (layout::Document* doc =
-              parseDescription(inv_.app, html_ ? page.str() : keepLatin1(page.c_str()))) {
+              parseDescription(inv_.app, page.str())) {
         if (html_)
           description = layout::HtmlFmt(inv_.app, doc).str();
         else
-          description = latin1ToUtf8(layout::SimplePlainTextFmt(inv_.app, doc).str());
+          description = layout::Utf8PlainTextFmt(inv_.app, doc).str();
         doc->release();
       }
     }

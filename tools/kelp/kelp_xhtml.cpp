@@ -4,7 +4,7 @@
 
 #include <kelp/layout/lo_Document.h>
 #include <kelp/layout/lo_HtmlFmt.h>
-#include <kelp/layout/lo_PlainTextFmt.h>
+#include <kelp/layout/lo_Utf8PlainTextFmt.h>
 #include <kelp/layout/lo_XHtmlReader.h>
 #include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/sax/sax_ParseException.h>
@@ -28,9 +28,7 @@ constexpr const char kXhtmlHelp[] =
     "named '-' is standard input.\n"
     "\n"
     "text   plain text in UTF-8: one line per paragraph, list items as\n"
-    "       '- ', b and strong as *...*, q as \"...\"; the plain-text\n"
-    "       formatter keeps one byte per character, so characters beyond\n"
-    "       Latin-1 lose their high byte.\n"
+    "       '- ', b and strong as *...*, q as \"...\".\n"
     "html   an HTML body fragment with upper-case tags (P, H1, UL, LI, B\n"
     "       ...), non-ASCII characters as character references.\n"
     "\n"
@@ -63,22 +61,6 @@ class PageReader : public layout::XHtmlReader {
   std::string systemId;
   int line = 0;
 };
-
-// The plain-text formatter writes each character's low byte: Latin-1.
-std::string latin1ToUtf8(const std::string& text) {
-  std::string out;
-  out.reserve(text.size());
-  for (char ch : text) {
-    auto c = static_cast<unsigned char>(ch);
-    if (c < 0x80) {
-      out += ch;
-    } else {
-      out += static_cast<char>(0xC0 | (c >> 6));
-      out += static_cast<char>(0x80 | (c & 0x3F));
-    }
-  }
-  return out;
-}
 
 int render(tool::Invocation& inv, bool html) {
   tool::ParsedArgs args;
@@ -114,7 +96,7 @@ int render(tool::Invocation& inv, bool html) {
     return tool::kExitFailed;
   }
   std::string text = html ? layout::HtmlFmt(inv.app, doc).str()
-                          : latin1ToUtf8(layout::SimplePlainTextFmt(inv.app, doc).str());
+                          : layout::Utf8PlainTextFmt(inv.app, doc).str();
   doc->release();
   std::fwrite(text.data(), 1, text.size(), inv.out);
   return tool::kExitOk;

@@ -5,20 +5,20 @@
 #include <clocale>
 #include <cstring>
 #include <initializer_list>
+#include <istream>
+#include <streambuf>
+#include <utility>
 #include <string>
 #include <vector>
 
-#include <kelp/xml/dom/dom_Attr.h>
-#include <kelp/xml/dom/dom_CharacterData.h>
-#include <kelp/xml/dom/dom_Document.h>
-#include <kelp/xml/dom/dom_Element.h>
 #include <kelp/xml/sax/sax_Attributes.h>
 #include <kelp/xml/sax/sax_DefaultHandler.h>
 #include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/sax/sax_ParseException.h>
 #include <kelp/xml/sax/sax_SimpleXMLReader.h>
+#include <kelp/xml/xml_C14NWriter.h>
 #include <kelp/xml/xml_CanonicalWriter.h>
-#include <kelp/xml/xml_DomReader.h>
+#include <kelp/xml/xml_FormatHandler.h>
 #include <kelp/xml/xml_Writer.h>
 #include <ktz/ktz_codec.h>
 #include <zob/zob_mem.h>
@@ -28,7 +28,6 @@
 namespace tool = kelp::tool;
 namespace qx = qor::quv::xml;
 namespace sax = qor::quv::xml::sax;
-namespace dom = qor::quv::xml::dom;
 
 namespace {
 
@@ -38,6 +37,7 @@ constexpr const char kXmlHelp[] =
     "       kelp xml format [--indent N] [--encoding ENC] [--load-external] FILE\n"
     "       kelp xml canon [--notations] [--html4-entities] [--no-namespaces]\n"
     "                      [--load-external] FILE\n"
+    "       kelp xml canon --c14n [--with-comments] [--html4-entities] [--load-external] FILE\n"
     "\n"
     "Reads XML documents with the library's non-validating reader. A FILE\n"
     "named '-' is standard input. Inputs of 4 MiB and more show a progress\n"
@@ -67,21 +67,28 @@ constexpr const char kXmlHelp[] =
     "         the closing delimiter, tab, line feed and carriage return are\n"
     "         written as \\\\, \\\" or \\}, \\t, \\n and \\r, other control\n"
     "         bytes as \\xHH; all other bytes as they come (UTF-8).\n"
-    "format   reads FILE into a DOM and writes it with an XML declaration:\n"
-    "         elements that hold only elements (and white space) are indented\n"
-    "         by N columns per level (default 2; 0 to 32), each on its own\n"
-    "         line, their white space replaced; elements with text keep\n"
-    "         their content on one line exactly as it was. CDATA sections\n"
-    "         are written as escaped text. ENC (default UTF-8) is named in\n"
-    "         the declaration and the text converted to it; characters it\n"
-    "         cannot represent are dropped. Names are kept as written,\n"
-    "         namespace declarations included; the DOM does not keep\n"
-    "         comments, processing instructions or the document type.\n"
+    "format   copies FILE as it streams in, with an XML declaration: white\n"
+    "         space between elements, comments and processing instructions\n"
+    "         becomes a line break and N columns of indentation per level\n"
+    "         (default 2; 0 to 32; no deeper than 40 levels); an element\n"
+    "         with other text keeps all its content exactly as it was. With\n"
+    "         N 0 no white space changes. The document type with its\n"
+    "         internal subset, comments, processing instructions, CDATA\n"
+    "         sections and the order of attributes are kept. ENC (default:\n"
+    "         the encoding FILE declares, else UTF-8) is named in the\n"
+    "         declaration and the text converted to it; characters it cannot\n"
+    "         hold are written as character references (&#235;), as are tab,\n"
+    "         line feed and carriage return in attribute values and carriage\n"
+    "         return in text, so that the copy reads back the same.\n"
     "canon    writes the canonical form in which XML test suites give the\n"
     "         expected output of a parser: no declaration, attributes sorted,\n"
     "         empty elements as start and end tag, special characters as\n"
     "         references. With --notations, a document type declaration\n"
-    "         listing the declared notations is written first.\n"
+    "         listing the declared notations is written first. With --c14n,\n"
+    "         W3C Canonical XML 1.0 instead: namespace declarations only where\n"
+    "         they change the scope, attributes by namespace URI and local\n"
+    "         name, PIs outside the document element on lines of their own,\n"
+    "         comments only with --with-comments.\n"
     "\n"
     "--html4-entities  undeclared entity names are looked up among the HTML 4\n"
     "                  character entities (&eacute; ...)\n"
@@ -389,16 +396,30 @@ int runCanon(tool::Invocation& inv) {
   tool::ParsedArgs args;
   ReaderOptions options;
   int status = tool::kExitOk;
-  if (!parseReaderOptions(inv, {{"notations", false}}, args, options, &status)) return status;
+  if (!parseReaderOptions(inv, {{"notations", false}, {"c14n", false}, {"with-comments", false}},
+                          args, options, &status))
+    return status;
   if (!tool::checkOperands(inv, args, 1, 1, &status)) return status;
+  const bool c14n = args.has("c14n");
+  if (c14n && (args.has("notations") || !options.namespaces))
+    return tool::usageError(inv, "--c14n goes with neither --notations nor --no-namespaces");
+  if (!c14n && args.has("with-comments"))
+    return tool::usageError(inv, "--with-comments goes with --c14n");
   sax::SimpleXMLReader reader(inv.app);
   configure(reader, options);
   tool::FileOStream out(inv.out);
   qx::CanonicalWriter canon(out);
-  canon.setSecondForm(args.has("notations"));
-  reader.setContentHandler(&canon);
-  reader.setDTDHandler(&canon);
-  reader.setLexicalHandler(&canon);
+  qx::C14NWriter w3c(out);
+  if (c14n) {
+    w3c.setWithComments(args.has("with-comments"));
+    reader.setContentHandler(&w3c);
+    reader.setLexicalHandler(&w3c);
+  } else {
+    canon.setSecondForm(args.has("notations"));
+    reader.setContentHandler(&canon);
+    reader.setDTDHandler(&canon);
+    reader.setLexicalHandler(&canon);
+  }
   FatalErrors errors;
   bool ok = parseFile(inv, args.operands[0], reader, errors);
   out.flush();
@@ -407,93 +428,34 @@ int runCanon(tool::Invocation& inv) {
 
 // ---- format ---------------------------------------------------------------
 
-bool isWhiteSpace(const std::string& s) {
-  return s.find_first_not_of(" \t\r\n") == std::string::npos;
-}
+// The first bytes of an input, already taken to find the declared encoding,
+// followed by the rest of it.
+class PrefixedInput : public std::streambuf {
+ public:
+  PrefixedInput(std::string head, std::istream& rest) : head_(std::move(head)), rest_(rest) {}
 
-// Whether an element holds elements and nothing but white space between
-// them: such content is laid out anew.
-bool elementOnly(const dom::Node* element) {
-  bool hasElement = false;
-  for (const dom::Node* c = element->getFirstChild(); c; c = c->getNextSibling()) {
-    int type = c->getNodeType();
-    if (type == qx::kElementNode)
-      hasElement = true;
-    else if (type == qx::kCDATASectionNode)
-      return false;
-    else if (type == qx::kTextNode &&
-             !isWhiteSpace(static_cast<const dom::CharacterData*>(c)->getData()))
-      return false;
+ protected:
+  int_type underflow() override {
+    if (!headServed_) {
+      headServed_ = true;
+      if (!head_.empty()) {
+        setg(head_.data(), head_.data(), head_.data() + head_.size());
+        return traits_type::to_int_type(*gptr());
+      }
+    }
+    rest_.read(block_, sizeof block_);
+    std::streamsize n = rest_.gcount();
+    if (n <= 0) return traits_type::eof();
+    setg(block_, block_, block_ + n);
+    return traits_type::to_int_type(*gptr());
   }
-  return hasElement;
-}
 
-// Writes the document element and everything below it, without recursion:
-// the writer keeps the open elements, the walk follows the tree's links.
-// On failure *why names what could not be written and the writer's reason.
-bool writeTree(qx::XMLWriter& writer, const dom::Element* root, std::string* why) {
-  auto failed = [&](ZResult res, const std::string& what) {
-    char* text = nullptr;
-    writer.getErrorMessage(&text);
-    std::string reason = text && *text ? text : zobStrError(res);
-    zobFree(text);
-    *why = "cannot write " + what + ": " + reason;
-    return false;
-  };
-  const dom::Node* node = root;
-  // The element whose content is written verbatim, inline (the outermost
-  // element with text), or null while the layout is ours.
-  const dom::Node* verbatim = nullptr;
-  for (;;) {
-    ZResult res = zob::kOk;
-    bool descend = false;
-    int type = node->getNodeType();
-    if (type == qx::kElementNode) {
-      auto* e = static_cast<const dom::Element*>(node);
-      qx::ElementFormat format = qx::kFormatInline;
-      if (!verbatim) {
-        if (elementOnly(e)) {
-          format = qx::kFormatIndentedBlock;
-        } else {
-          format = qx::kFormatBlock;
-          verbatim = e;
-        }
-      }
-      if (EFAILED(res = writer.startElement(e->getTagName().c_str(), format)))
-        return failed(res, "element '" + e->getTagName() + "'");
-      for (int i = 0; i < e->getAttributeCount(); ++i) {
-        const dom::Attr* a = e->getAttributeAt(i);
-        if (EFAILED(res = writer.stringAttribute(a->getName().c_str(), a->getValue().c_str())))
-          return failed(res,
-                        "attribute '" + a->getName() + "' of element '" + e->getTagName() + "'");
-      }
-      descend = e->getFirstChild() != nullptr;
-    } else if (type == qx::kTextNode || type == qx::kCDATASectionNode) {
-      const std::string& data = static_cast<const dom::CharacterData*>(node)->getData();
-      // White space between elements gives way to the indentation.
-      if ((verbatim || !isWhiteSpace(data)) && EFAILED(res = writer.characters(data.c_str())))
-        return failed(res, "text");
-    }
-    if (descend) {
-      node = node->getFirstChild();
-      continue;
-    }
-    // Close finished elements on the way up to the next sibling.
-    for (;;) {
-      if (node->getNodeType() == qx::kElementNode) {
-        if (EFAILED(res = writer.endElement()))
-          return failed(res, "the end of element '" + node->getNodeName() + "'");
-        if (node == verbatim) verbatim = nullptr;
-      }
-      if (node == root) return true;
-      if (const dom::Node* next = node->getNextSibling()) {
-        node = next;
-        break;
-      }
-      node = node->getParentNode();
-    }
-  }
-}
+ private:
+  std::string head_;
+  std::istream& rest_;
+  bool headServed_ = false;
+  char block_[65536];
+};
 
 int runFormat(tool::Invocation& inv) {
   tool::ParsedArgs args;
@@ -506,9 +468,22 @@ int runFormat(tool::Invocation& inv) {
   if (args.has("indent") && !tool::parseInt(args.get("indent"), 0, 32, &indent))
     return tool::usageError(
         inv, "invalid indentation '" + args.get("indent") + "' (a number from 0 to 32 expected)");
-  std::string encoding = args.get("encoding", "UTF-8");
   const bool utf8 = workInUtf8();
-  // Ask the converter before reading anything, so that an unknown encoding
+
+  const std::string& path = args.operands[0];
+  tool::StreamInput in;
+  std::string message;
+  if (!in.open(path, message)) {
+    tool::reportAt(inv, tool::displayName(path), 0, message);
+    return tool::kExitFailed;
+  }
+  char head[1024];
+  in.stream().read(head, sizeof head);
+  const std::size_t headSize = static_cast<std::size_t>(in.stream().gcount());
+  std::string encoding = args.has("encoding")
+                             ? args.get("encoding")
+                             : qx::FormatHandler::declaredEncoding(head, headSize);
+  // Ask the converter before writing anything, so that an unknown encoding
   // leaves no half-written output.
   std::string appCodeSet = qx::XMLWriter::getAppCodeSet();
   if (encoding != appCodeSet) {
@@ -518,43 +493,41 @@ int runFormat(tool::Invocation& inv) {
     ktzCloseTextCodec(codec);
   }
 
-  const std::string& path = args.operands[0];
-  tool::StreamInput in;
-  std::string message;
-  if (!in.open(path, message)) {
-    tool::reportAt(inv, tool::displayName(path), 0, message);
-    return tool::kExitFailed;
-  }
-  qx::DomReader reader(inv.app);
+  sax::SimpleXMLReader reader(inv.app);
   reader.setFeature(sax::SimpleXMLReader::UseUTF8, utf8);
-  // Names as written: without namespace processing the DOM names elements
-  // and attributes by their qualified names, and keeps the xmlns
-  // attributes with the prefix feature.
+  // Names as written: without namespace processing elements and attributes
+  // come by their qualified names, and the xmlns attributes with the
+  // prefix feature.
   reader.setFeature(sax::SimpleXMLReader::Namespaces, false);
   reader.setFeature(sax::SimpleXMLReader::NamespacePrefixes, true);
   reader.setFeature(sax::SimpleXMLReader::ExternalGeneralEntities, args.has("load-external"));
   reader.setFeature(sax::SimpleXMLReader::ExternalParameterEntities, args.has("load-external"));
-  zob::Ref<dom::Document> doc;
-  {
-    sax::ISInputSource source("", tool::displayName(path), &in.stream(), false);
-    doc = reader.read(&source);
-  }
-  in.finish();
-  if (!doc || !in.error().empty()) {
-    reportFailure(inv, path, in, reader.getErrorSystemId(), reader.getErrorLine(),
-                  reader.getErrorMessage());
-    return tool::kExitFailed;
-  }
-
   tool::FileOStream out(inv.out);
   zob::Ref<qx::XMLWriter> writer(new qx::XMLWriter(&out, static_cast<int>(indent)));
   writer->setEncoding(encoding);
-  std::string why;
-  bool ok = writeTree(*writer, doc->getDocumentElement(), &why);
+  qx::FormatHandler copy(writer.get(), static_cast<int>(indent));
+  reader.setContentHandler(&copy);
+  reader.setDTDHandler(&copy);
+  reader.setDeclHandler(&copy);
+  reader.setLexicalHandler(&copy);
+  FatalErrors errors;
+  reader.setErrorHandler(&errors);
+  PrefixedInput whole(std::string(head, headSize), in.stream());
+  std::istream input(&whole);
+  bool ok;
+  {
+    sax::ISInputSource source("", tool::displayName(path), &input, false);
+    ok = reader.parse(&source);
+  }
+  in.finish();
   ZResult closed = writer->close();
+  out.flush();
   // A failed standard output is reported once, as the tool exits.
   if (std::ferror(inv.out)) return tool::kExitFailed;
-  if (!ok) return tool::failure(inv, why);
+  if (!ok || !in.error().empty()) {
+    reportFailure(inv, path, in, errors.systemId, errors.line, errors.message);
+    return tool::kExitFailed;
+  }
   if (EFAILED(closed)) return tool::failure(inv, "cannot write the output");
   return tool::kExitOk;
 }

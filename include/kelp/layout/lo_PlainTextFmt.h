@@ -52,6 +52,7 @@ class KELP_API SimplePlainTextFmt {
   bool open(std::ostream& stream, Block* block);
   bool close(std::ostream& stream, Block* block);
   fw::IApplication* getApplication() const { return app_; }
+  Document* getDocument() const { return doc_; }
 
  private:
   fw::IApplication* app_;

@@ -94,6 +94,36 @@ class KELP_API XMLWriter : public IXMLWriter_Adapter {
   ZResult close();
   bool isOpen() const;
 
+  /* Lossless output, for copying a document so that reading the copy gives
+   * back the same events (off by default, which writes as described
+   * above): tab, line feed and carriage return in attribute values and
+   * carriage return in character data are written as "&#9;", "&#10;",
+   * "&#13;"; a character of UTF-8 text (the application's code set) that
+   * the output encoding cannot hold is written as a decimal character
+   * reference instead of being dropped (inside CDATA sections, comments
+   * and processing instructions no reference is possible: there it is
+   * dropped as before); and startCDATA/endCDATA write a real CDATA
+   * section, whose text is written unescaped ("]]>" split across two
+   * sections). */
+  void setLossless(bool on);
+  /* Comments and processing instructions, allowed before, in and after
+   * the document element (the XML declaration is written first when
+   * nothing was). Outside the document element each stands on a line of
+   * its own; inside it they are written in place. "--" in a comment and
+   * "?>" in PI data cannot be written: zob::kInvalidArgument. */
+  ZResult comment(const char* text);
+  ZResult processingInstruction(const char* target, const char* data);
+  /* Writes the document type declaration now, after the XML declaration
+   * (written first when nothing was) and before the document element:
+   * "<!DOCTYPE name", the external id as setExternalDTD writes it (none
+   * when both ids are empty), " [" internalSubset "]" when that is not
+   * empty (written as it is: it is markup), ">". zob::kInvalidState once
+   * an element was started. */
+  ZResult docType(const char* name, const char* publicId, const char* systemId,
+                  const char* internalSubset);
+  /* Writes the entity reference "&name;" in content. */
+  ZResult entityReference(const char* name);
+
   /* The text between single quotes, with ' & < as &apos; &amp; &lt;. */
   static std::string quoteAttrValue(const char* text);
   /* The text with < > & as &lt; &gt; &amp;, without quotes. */
@@ -111,6 +141,9 @@ class KELP_API XMLWriter : public IXMLWriter_Adapter {
 
   ZResult invalidState(const char* message);
   ZResult writeDeclaration();
+  ZResult openContent();
+  ZResult prologItem(const std::string& text);
+  static std::string quoteId(const char* id);
   bool cdata(const char* text);
 
   Data* d_;

@@ -2,7 +2,23 @@
 #include <ktz/ktz_locale.h>
 
 #include <langinfo.h>
+#include <clocale>
 #include <cstring>
+
+namespace {
+
+// The C library's name for the charset of the "C" and "POSIX" locales.
+constexpr const char kCLocaleCharset[] = "ANSI_X3.4-1968";
+
+// Whether the character type comes from the "C" or "POSIX" locale: there
+// nobody chose ASCII, so the charset is taken to be UTF-8, as the C.UTF-8
+// locale does.
+bool defaultCType() {
+  const char* name = std::setlocale(LC_CTYPE, nullptr);
+  return name && (!std::strcmp(name, "C") || !std::strcmp(name, "POSIX"));
+}
+
+}  // namespace
 
 ZResult ktzGetLocaleParam(int param, char* buffer, std::size_t size) {
   if (!buffer || size == 0) return zob::kInvalidArgument;
@@ -11,6 +27,7 @@ ZResult ktzGetLocaleParam(int param, char* buffer, std::size_t size) {
   switch (param) {
     case kKtzLocaleCodeSet:
       value = nl_langinfo(CODESET);
+      if (value && !std::strcmp(value, kCLocaleCharset) && defaultCType()) value = "UTF-8";
       break;
     default:
       return zob::kInvalidArgument;
