@@ -58,9 +58,39 @@ enum RoundingInterval : std::int32_t {
   RI_1_00 = 6
 };
 
-/* Kinds of price-calculation items; their names belong to the price
- * calculation records. Kinds 19 to 27 are unknown to older consumers. */
-enum CalcItemType : std::int32_t {};
+/* Kinds of price-calculation items. Kinds 19 to 27 are unknown to older
+ * consumers; each refines the older kind named beside it, to which
+ * Funcs::mapToPreQUV19CalcItemType maps it. */
+enum CalcItemType : std::int32_t {
+  CIT_None = 0,
+  CIT_ListPrice = 1,
+  CIT_OptionSurcharge = 2,  // absolute, from a chosen value
+  CIT_PercentSurcharge = 3,
+  CIT_AbsoluteDiscount = 4,
+  CIT_PercentDiscount = 5,
+  CIT_Subtotal = 6,
+  CIT_Tax = 7,      // a percentage of the net
+  CIT_UnitTax = 8,  // per weight unit
+  CIT_Freight = 9,
+  CIT_Packaging = 10,
+  CIT_Service = 11,
+  CIT_Rounding = 12,
+  CIT_Text = 13,  // a line without amount
+  CIT_NetTotal = 14,
+  CIT_GrossTotal = 15,
+  CIT_CustomerDiscount = 16,
+  CIT_PaymentDiscount = 17,  // a percentage, information only
+  CIT_Deposit = 18,
+  CIT_ProjectDiscount = 19,          // refines 16
+  CIT_PaymentDiscountAbsolute = 20,  // refines 17
+  CIT_Installation = 21,             // refines 11
+  CIT_GroupSubtotal = 22,            // refines 6
+  CIT_Disposal = 23,                 // refines 11
+  CIT_CashRounding = 24,             // refines 12
+  CIT_OptionPercentSurcharge = 25,   // refines 3
+  CIT_QuantityDiscount = 26,         // refines 5
+  CIT_ReducedTax = 27                // refines 7
+};
 
 }  // namespace qor::quv::basket
 
