@@ -133,6 +133,9 @@ class Handler : public sax::DefaultHandler {
         } else if (name == "tier") {
           addTier(attrs, line);
           stack_.push_back(kIgnored);
+        } else if (name == "dimensions") {
+          readDimensions(attrs, line);
+          stack_.push_back(kIgnored);
         } else {
           fault(line, "unknown element <" + name + "> in <article>");
           stack_.push_back(kIgnored);
@@ -557,6 +560,19 @@ class Handler : public sax::DefaultHandler {
       article_->record.weight = value;
       article_->record.weightUnit = unit;
     }
+  }
+
+  void readDimensions(const sax::Attributes& attrs, int line) {
+    static const char* const kKnown[] = {"minx", "miny", "minz", "maxx", "maxy", "maxz"};
+    std::string unknown = unknownAttribute(attrs, kKnown);
+    if (!unknown.empty()) return fault(line, "dimensions: unknown attribute '" + unknown + "'");
+    util::EBounds box;
+    std::string error;
+    if (!box.decodeAttributes(attrs, &error)) return fault(line, "dimensions: " + error);
+    if (box.isEmpty()) return fault(line, "dimensions: the box is empty");
+    if (!article_->record.dimensions.isEmpty())
+      return fault(line, "dimensions: given twice");
+    article_->record.dimensions = box;
   }
 
   void endClassification() {

@@ -1,7 +1,7 @@
 /* qor::quv::basket::Article: one record of a catalogue: identity, data
  * version and validity, names and XHTML descriptions by language,
  * classifications, prices per currency with their validity and calc items,
- * choices, quantity-discount tiers, weight and tax class.
+ * choices, quantity-discount tiers, weight, dimensions and tax class.
  *
  *   const Article* a = catalogue.findArticle("DESK-160");
  *   const ArticlePrice* p = a->findPrice("EUR", EDate(2026, 3, 1));
@@ -18,6 +18,7 @@
 
 #include <kelp/kelp_api.h>
 #include <kelp/util/utl_Choice.h>
+#include <kelp/util/utl_EBounds.h>
 #include <kelp/util/utl_EClassification.h>
 #include <kelp/util/utl_ECurrency.h>
 #include <kelp/util/utl_EDate.h>
@@ -63,6 +64,9 @@ class KELP_API Article {
   /* Per piece; zero when unknown. The unit is "GRM", "MGM", "KGM" or "LBR". */
   ktz::decimal::decimal64 weight;
   std::string weightUnit;
+  /* The box one piece takes up in its own frame, in millimetres; empty
+   * when unknown. Room templates place and test it. */
+  util::EBounds dimensions;
   std::string taxClass;
 
   bool isValidOn(const util::EDate& date) const;
