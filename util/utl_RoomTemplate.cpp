@@ -326,12 +326,13 @@ Basket RoomTemplate::toBasket(const Catalogue* catalogue) const {
     b.catalogueVersion = catalogue->version;
   }
   std::vector<std::vector<BasketItem::ChosenValue>> keys;
+  std::vector<long long> counts;
   for (const RoomPlacement& p : placements) {
     const std::vector<BasketItem::ChosenValue> key = sortedChoices(p);
     std::size_t k = 0;
     while (k < b.items.size() && !(b.items[k].articleId == p.articleId && keys[k] == key)) ++k;
     if (k < b.items.size()) {
-      b.items[k].quantity += ktz::decimal::decimal128(1);
+      b.items[k].quantity = ktz::decimal::decimal128(++counts[k]);
       continue;
     }
     BasketItem item;
@@ -347,6 +348,7 @@ Basket RoomTemplate::toBasket(const Catalogue* catalogue) const {
         item.articleVersion = catalogue->versionOf(*a);
     b.items.push_back(std::move(item));
     keys.push_back(key);
+    counts.push_back(1);
   }
   return b;
 }

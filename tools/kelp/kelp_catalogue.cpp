@@ -72,49 +72,6 @@ constexpr const char kCatalogueHelp[] =
     "status 1.\n";
 
 // ---------------------------------------------------------------------------
-// Numbers in the report's language, independent of the machine's locale:
-// the library's locale formatting reads the global C++ locale, so the
-// report installs one with the language's punctuation while it runs.
-
-class Punctuation : public std::numpunct<char> {
- public:
-  Punctuation(char point, char separator) : point_(point), separator_(separator) {}
-
- protected:
-  char do_decimal_point() const override { return point_; }
-  char do_thousands_sep() const override { return separator_; }
-  std::string do_grouping() const override { return "\3"; }
-
- private:
-  char point_;
-  char separator_;
-};
-
-std::locale numberLocale(const std::string& lang) {
-  char point = '.', separator = ',';
-  if (lang == "de") {
-    point = ',';
-    separator = '.';
-  } else if (lang == "fr") {
-    point = ',';
-    separator = ' ';
-  }
-  return std::locale(std::locale::classic(), new Punctuation(point, separator));
-}
-
-// Restores the global locale when the report ends.
-class GlobalLocale {
- public:
-  explicit GlobalLocale(const std::locale& loc) : previous_(std::locale::global(loc)) {}
-  ~GlobalLocale() { std::locale::global(previous_); }
-  GlobalLocale(const GlobalLocale&) = delete;
-  GlobalLocale& operator=(const GlobalLocale&) = delete;
-
- private:
-  std::locale previous_;
-};
-
-// ---------------------------------------------------------------------------
 // Text helpers.
 
 std::string htmlEscaped(const std::string& s) {
@@ -396,7 +353,7 @@ int runReport(kelp::tool::Invocation& inv) {
   }
 
   {
-    GlobalLocale numbers(numberLocale(lang));
+    kelp::tool::GlobalLocale numbers(kelp::tool::numberLocale(lang));
     Report(inv, handler, lang, html, date ? &*date : nullptr).write();
   }
   const int invalid = handler.getInvalidCount();

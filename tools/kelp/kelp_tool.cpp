@@ -265,4 +265,34 @@ bool checkOperands(const Invocation& inv, const ParsedArgs& parsed, std::size_t 
   return true;
 }
 
+namespace {
+
+class Punctuation : public std::numpunct<char> {
+ public:
+  Punctuation(char point, char separator) : point_(point), separator_(separator) {}
+
+ protected:
+  char do_decimal_point() const override { return point_; }
+  char do_thousands_sep() const override { return separator_; }
+  std::string do_grouping() const override { return "\3"; }
+
+ private:
+  char point_;
+  char separator_;
+};
+
+}  // namespace
+
+std::locale numberLocale(const std::string& lang) {
+  char point = '.', separator = ',';
+  if (lang == "de") {
+    point = ',';
+    separator = '.';
+  } else if (lang == "fr") {
+    point = ',';
+    separator = ' ';
+  }
+  return std::locale(std::locale::classic(), new Punctuation(point, separator));
+}
+
 }  // namespace kelp::tool

@@ -19,6 +19,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <istream>
+#include <locale>
 #include <map>
 #include <memory>
 #include <ostream>
@@ -187,6 +188,24 @@ class Progress {
   std::size_t total_;
   int shown_ = -1;
   bool active_;
+};
+
+/* Numbers in a report's language, whatever the machine's locale: the
+ * library's local number formatting reads the global C++ locale, so a
+ * report installs one with the language's punctuation while it runs
+ * (1,234.56 for en and most languages, 1.234,56 for de, 1 234,56 for fr). */
+std::locale numberLocale(const std::string& lang);
+
+/* Installs a global locale; restores the previous one when it goes. */
+class GlobalLocale {
+ public:
+  explicit GlobalLocale(const std::locale& loc) : previous_(std::locale::global(loc)) {}
+  ~GlobalLocale() { std::locale::global(previous_); }
+  GlobalLocale(const GlobalLocale&) = delete;
+  GlobalLocale& operator=(const GlobalLocale&) = delete;
+
+ private:
+  std::locale previous_;
 };
 
 /* Parses a whole decimal integer in [min, max]. */
