@@ -50,7 +50,7 @@ bool Article::operator==(const Article& o) const {
          validUntil == o.validUntil && names == o.names && descriptions == o.descriptions &&
          classifications == o.classifications && prices == o.prices && choices == o.choices &&
          tiers == o.tiers && weight == o.weight && weightUnit == o.weightUnit &&
-         dimensions == o.dimensions && taxClass == o.taxClass;
+         dimensions.equals(o.dimensions, 0) && taxClass == o.taxClass;
 }
 
 }  // namespace qor::quv::basket

@@ -4,6 +4,7 @@
 #include <kelp/util/utl_BasketXml.h>
 
 #include <cstring>
+#include <initializer_list>
 #include <new>
 #include <sstream>
 #include <vector>
@@ -105,19 +106,23 @@ class Reader : public xml::sax::DefaultHandler {
     return false;
   }
 
-  bool unknownAttributes(const xml::sax::Attributes& attrs, const char* element,
+  // Refuses the first attribute not in `known`; `where` begins the message.
+  bool unknownAttributes(const xml::sax::Attributes& attrs, const std::string& where,
                          std::initializer_list<const char*> known) {
     for (int i = 0; i < attrs.getLength(); ++i) {
       const char* n = attrs.getQName(i);
       bool ok = !std::strncmp(n, "xmlns", 5);
       for (const char* k : known) ok = ok || !std::strcmp(n, k);
-      if (!ok) return refuse(std::string(element) + ": unknown attribute '" + n + "'"), true;
+      if (!ok) {
+        refuse(where + "unknown attribute '" + n + "'");
+        return true;
+      }
     }
     return false;
   }
 
   bool readBasket(const xml::sax::Attributes& attrs) {
-    if (unknownAttributes(attrs, "basket",
+    if (unknownAttributes(attrs, "basket: ",
                           {"id", "currency", "price-date", "tax-country", "rounding",
                            "cash-rounding", "catalogue", "catalogue-version"}))
       return false;
@@ -154,7 +159,7 @@ class Reader : public xml::sax::DefaultHandler {
   }
 
   bool readDiscount(const std::string& element, const xml::sax::Attributes& attrs) {
-    if (unknownAttributes(attrs, element.c_str(), {"currency", "value"})) return false;
+    if (unknownAttributes(attrs, element + ": ", {"currency", "value"})) return false;
     ECurrency v;
     std::string message;
     if (!v.decodeAttributes(attrs, &message)) return refuse(element + ": " + message);
@@ -181,8 +186,8 @@ class Reader : public xml::sax::DefaultHandler {
   }
 
   bool startItem(const xml::sax::Attributes& attrs) {
-    if (unknownAttributes(attrs, "item",
-                          {"position", "id", "article", "article-version", "quantity", "unit"}))
+    if (unknownAttributes(
+            attrs, "item: ", {"position", "id", "article", "article-version", "quantity", "unit"}))
       return false;
     BasketItem item;
     item.line = line_;
@@ -197,6 +202,7 @@ class Reader : public xml::sax::DefaultHandler {
           (parent.isNull() ? std::string("the basket") : "item " + parent.formatString()));
     // One bit per number of the level: each position once, in constant time.
     std::vector<bool>& used = used_.back();
+    if (used.empty()) used.resize(EPositionNumber::MAX_NUMBER + 1);
     const auto number = static_cast<std::size_t>(item.position.getNumber(parent.getDepth()));
     if (used[number]) return refuse("item " + pos + ": position is used twice");
     const std::string id = attr(attrs, "id");
@@ -222,7 +228,7 @@ class Reader : public xml::sax::DefaultHandler {
     }
     used[number] = true;
     items_.push_back(std::move(item));
-    used_.emplace_back(EPositionNumber::MAX_NUMBER + 1);
+    used_.emplace_back();  // sized when the first sub-item comes
     stack_.push_back(kItem);
     return true;
   }
@@ -230,8 +236,7 @@ class Reader : public xml::sax::DefaultHandler {
   bool readChoice(const xml::sax::Attributes& attrs) {
     BasketItem& item = items_.back();
     const std::string where = "item " + item.position.formatString() + ": choice: ";
-    if (unknownAttributes(attrs, "choice", {"id", "value"}))
-      return refuse(where + refusal.substr(8));
+    if (unknownAttributes(attrs, where, {"id", "value"})) return false;
     const std::string id = attr(attrs, "id"), value = attr(attrs, "value");
     if (id.empty()) return refuse(where + "attribute 'id' is missing or empty");
     if (value.empty()) return refuse(where + "attribute 'value' is missing or empty");

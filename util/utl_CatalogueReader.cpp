@@ -385,6 +385,7 @@ class Handler : public sax::DefaultHandler {
 
   void startArticle(const sax::Attributes& attrs, int line) {
     article_.emplace();
+    dimensionsRead_ = false;
     PendingArticle& p = *article_;
     Article& a = p.record;
     p.line = line;
@@ -562,17 +563,25 @@ class Handler : public sax::DefaultHandler {
     }
   }
 
+  // <dimensions minx= miny= minz= maxx= maxy= maxz=/> in millimetres.
   void readDimensions(const sax::Attributes& attrs, int line) {
     static const char* const kKnown[] = {"minx", "miny", "minz", "maxx", "maxy", "maxz"};
     std::string unknown = unknownAttribute(attrs, kKnown);
-    if (!unknown.empty()) return fault(line, "dimensions: unknown attribute '" + unknown + "'");
-    util::EBounds box;
+    if (!unknown.empty()) {
+      fault(line, "dimensions: unknown attribute '" + unknown + "'");
+      return;
+    }
+    if (dimensionsRead_) {
+      fault(line, "duplicate dimensions");
+      return;
+    }
+    dimensionsRead_ = true;
     std::string error;
-    if (!box.decodeAttributes(attrs, &error)) return fault(line, "dimensions: " + error);
-    if (box.isEmpty()) return fault(line, "dimensions: the box is empty");
-    if (!article_->record.dimensions.isEmpty())
-      return fault(line, "dimensions: given twice");
-    article_->record.dimensions = box;
+    util::EBounds box;
+    if (!box.decodeAttributes(attrs, &error))
+      fault(line, "dimensions: " + error);
+    else
+      article_->record.dimensions = box;
   }
 
   void endClassification() {
@@ -828,6 +837,7 @@ class Handler : public sax::DefaultHandler {
   std::optional<PendingArticle> article_;
   PendingPrice price_;
   std::optional<Choice> choice_;
+  bool dimensionsRead_ = false;
   int choiceLine_ = 0;
   ChoiceValue value_;
   std::string textLang_;

@@ -92,6 +92,8 @@ TEST(BasketXml, RefusesFaultsWithTheirLine) {
       {"<item position='1' id='" + id +
            "' article='A'>\n <choice id='c' value='1'/><choice id='c' value='2'/></item>",
        4, "item 1: choice: 'c' is chosen twice"},
+      {"<item position='1' id='" + id + "' article='A'><choice id='c' value='1' x='2'/></item>", 3,
+       "item 1: choice: unknown attribute 'x'"},
       {"<calc kind='Bonus'/>", 3, "calc: attribute 'kind' has invalid value 'Bonus'"},
       {"<shelf/>", 3, "unknown element <shelf> in <basket>"},
       // Text is reported where the reader stands: behind it, at the end tag.

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "attribute_maker.h"
 #include "decimal_test_util.h"
 
 using namespace qor::quv::basket;
@@ -67,14 +68,16 @@ TEST(CatalogueReader, ReadsTaxesChoicesTiersAndClassificationsThatPriceABasket) 
       "  <choice id='size' default='s' label='Size' label-de='Größe'>\n"
       "   <value id='s'/><value id='l' label='Large'><effect currency='%' value='20'/></value>\n"
       "  </choice>\n"
-      "  <tier min-quantity='3' value='10'/>\n"
+      "  <tier min-quantity='3' value='10'/><dimensions minx='0' miny='0' minz='0' maxx='400'"
+      " maxy='300' maxz='120'/>\n"
       "  <price currency='EUR' value='10.00' valid-until='2026-06-30'/>\n"
       "  <price currency='EUR' value='11.00' valid-from='2026-07-01'>"
       "<absolute-discount value='0.50'/></price>\n"
       " </article>\n"
       " <article id='B'><name>Bad</name><price currency='EUR' value='1'/>\n"
       "  <price currency='EUR' value='2' valid-from='2026-06-01'/>\n"
-      "  <tier min-quantity='0' value='5'/><classification>x</classification>\n"
+      "  <tier min-quantity='0' value='5'/><classification>x</classification>"
+      "<dimensions minx='5' maxx='1'/>\n"
       "  <choice id='c' default='z'><value id='y'/></choice>\n"
       " </article>\n"
       "</catalogue>\n";
@@ -87,6 +90,12 @@ TEST(CatalogueReader, ReadsTaxesChoicesTiersAndClassificationsThatPriceABasket) 
   ASSERT_EQ(a.classifications.size(), 1u);
   EXPECT_EQ(a.classifications[0].getFeatures()[0].second, "red;blue");
   EXPECT_EQ(a.choices[0].label.get("de"), "Größe");
+  EXPECT_DOUBLE_EQ(a.dimensions.size().x, 400);
+  // The message is the box reader's own.
+  std::string dimensionsError;
+  kelp::test::AttributeMaker m;
+  qor::quv::util::EBounds().decodeAttributes(m.make({{"minx", "5"}, {"maxx", "1"}}),
+                                             &dimensionsError);
   std::vector<std::string> faults;
   for (const CatalogueFault& f : reader.getFaults())
     faults.push_back(std::to_string(f.line) + ": " + f.message);
@@ -94,6 +103,7 @@ TEST(CatalogueReader, ReadsTaxesChoicesTiersAndClassificationsThatPriceABasket) 
                         "15: article 'B': duplicate price in EUR (first at line 14)",
                         "16: article 'B': tier: attribute 'min-quantity' has invalid value '0'",
                         "16: article 'B': classification 'x': no '/' after the system id",
+                        "16: article 'B': dimensions: " + dimensionsError,
                         "17: article 'B': choice 'c': default value 'z' is not one of its values",
                     }));
 

@@ -17,7 +17,8 @@ TEST(EClassification, EscapesReservedCharactersInEveryField) {
 TEST(EClassification, RoundTripsGeneratedRecords) {
   // Fields drawn from an alphabet dense in separators, escapes and
   // control characters, so that every escaping rule is exercised.
-  const std::string alphabet = std::string("%/:;=ab\x01\x7f\xc3\xa9 0F", 16);
+  static const char kAlphabet[] = "%/:;=ab\x01\x7f\xc3\xa9 0F";
+  const std::string alphabet(kAlphabet, sizeof kAlphabet - 1);
   std::mt19937 rng(23);
   auto field = [&](bool nonEmpty) {
     std::string s;

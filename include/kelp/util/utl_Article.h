@@ -64,8 +64,7 @@ class KELP_API Article {
   /* Per piece; zero when unknown. The unit is "GRM", "MGM", "KGM" or "LBR". */
   ktz::decimal::decimal64 weight;
   std::string weightUnit;
-  /* The box one piece takes up in its own frame, in millimetres; empty
-   * when unknown. Room templates place and test it. */
+  /* The outer box of one piece, in millimetres; empty when unknown. */
   util::EBounds dimensions;
   std::string taxClass;
 
