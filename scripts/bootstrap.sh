@@ -15,7 +15,8 @@ packages=(
   libexpat1-dev libxml2-dev libpugixml-dev
   libpython3.11-testsuite
   lintian groff-base man-db
-  libeigen3-dev
+  libeigen3-dev nlohmann-json3-dev
+  chromium poppler-utils fonts-dejavu-core
 )
 
 missing=()

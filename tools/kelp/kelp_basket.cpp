@@ -4,6 +4,7 @@
 // CatalogueReader, PriceCalculation); the tool lays the quote out.
 #include <algorithm>
 #include <ctime>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,8 @@
 #include <kelp/util/utl_EDate.h>
 #include <kelp/util/utl_Funcs.h>
 #include <kelp/util/utl_PriceCalculation.h>
+#include <kelp/xml/xml_Writer.h>
+#include <nlohmann/json.hpp>
 
 #include "kelp_tool.h"
 
@@ -25,7 +28,8 @@ using util::ECurrency;
 using util::EDate;
 
 constexpr const char kBasketHelp[] =
-    "usage: kelp basket price --catalogue FILE [--date D] [--country CC] [--lang L] BASKET\n"
+    "usage: kelp basket price --catalogue FILE [--date D] [--country CC] [--lang L]\n"
+    "                         [--html | --json] BASKET\n"
     "       kelp basket check BASKET\n"
     "       kelp basket update --catalogue FILE BASKET\n"
     "       kelp basket new --catalogue FILE [--currency C] [--date D] [--country CC]\n"
@@ -42,6 +46,10 @@ constexpr const char kBasketHelp[] =
     "  --country CC   apply the taxes of the country CC instead of the basket's\n"
     "  --lang L       names in the language L and numbers in its form\n"
     "                 (1,234.56 en; 1.234,56 de; 1 234,56 fr); default en\n"
+    "  --html         write the quote as an HTML page to send (inline styles,\n"
+    "                 laid out for printing on A4)\n"
+    "  --json         write the quote as JSON (format \"kelp-quote/1\", described\n"
+    "                 in " KELP_DOC_DIR "/formats.md); amounts are strings\n"
     "\n"
     "A basket that cannot be priced gets no totals: each fault is reported\n"
     "as 'file:line: item 2.1: message' and the exit status is 1.\n"
@@ -151,143 +159,355 @@ const char* kindLabel(basket::CalcItemType type) {
   }
 }
 
-class Quote {
+// The quote laid out once, amounts kept as values; the text, HTML and JSON
+// forms render it.
+struct QuoteLine {
+  std::string position, article, name, quantity, unit;
+  std::vector<std::pair<std::string, std::string>> choices;  // label, value label
+  bool setHeader = false;
+  ECurrency unitPrice, net;
+  std::string tierLabel;
+  ECurrency tierBase, tierAmount;
+};
+
+struct QuoteRow {  // a line of the basket as a whole
+  basket::CalcItemType kind = basket::CIT_None;
+  std::string label, taxClass;
+  ECurrency amount;
+};
+
+struct QuoteTax {
+  basket::CalcItemType kind = basket::CIT_None;
+  std::string taxClass, rate, position;  // rate "19 %", empty for a unit tax
+  ECurrency base, amount;
+};
+
+struct QuoteModel {
+  std::string basketId, catalogueId, catalogueVersion, currency, priceDate, taxCountry, lang;
+  std::vector<QuoteLine> lines;
+  std::vector<QuoteRow> charges;  // before the taxes
+  std::vector<QuoteTax> taxes;
+  ECurrency net, tax, gross, cashRounding, payable, due;
+  bool hasCashRounding = false;
+  std::vector<QuoteRow> afterPayable;  // payment discounts (stated), deposits
+};
+
+QuoteModel makeModel(const Inputs& in, const basket::PriceResult& r,
+                     const basket::PriceConfiguration& cfg, const std::string& lang) {
+  const basket::Catalogue& c = in.catalogue.getCatalogue();
+  QuoteModel m;
+  m.basketId = in.basket.id;
+  m.catalogueId = c.id;
+  m.catalogueVersion = c.version.formatString();
+  m.currency = cfg.currency;
+  m.priceDate = cfg.priceDate.formatString();
+  m.taxCountry = cfg.taxCountry;
+  m.lang = lang;
+  for (const basket::ItemPrice& ip : r.items) {
+    QuoteLine l;
+    const basket::BasketItem* item = in.basket.find(ip.position);
+    const basket::Article* a = c.findArticle(ip.articleId);
+    l.position = ip.position.formatString();
+    l.article = ip.articleId;
+    l.name = a ? a->names.get(lang.c_str()) : std::string();
+    if (item) {
+      l.quantity = util::formatDecimalCString(item->quantity, -1);
+      if (l.quantity.size() > 2 && l.quantity.compare(l.quantity.size() - 2, 2, ".0") == 0)
+        l.quantity.resize(l.quantity.size() - 2);
+      l.unit = item->unit;
+    }
+    if (item && a)
+      for (const basket::BasketItem::ChosenValue& v : item->choices) {
+        const basket::Choice* ch = a->findChoice(v.first);
+        const basket::ChoiceValue* cv = ch ? ch->findValue(v.second) : nullptr;
+        std::string label = ch ? ch->label.get(lang.c_str()) : std::string();
+        std::string value = cv ? cv->label.get(lang.c_str()) : std::string();
+        l.choices.emplace_back(label.empty() ? v.first : label, value.empty() ? v.second : value);
+      }
+    l.setHeader = ip.setHeader;
+    l.unitPrice = ip.unitPrice;
+    l.net = ip.net;
+    for (const basket::PriceCalcEntry& e : ip.entries)
+      if (e.type == basket::CIT_QuantityDiscount) {
+        l.tierLabel = e.label.empty() ? std::string("quantity discount") : e.label;
+        l.tierBase = e.base;
+        l.tierAmount = e.amount;
+      }
+    m.lines.push_back(std::move(l));
+  }
+  std::map<std::string, std::size_t> taxIndex;
+  bool payableSeen = false;
+  for (const basket::PriceCalcEntry& e : r.entries) {
+    switch (e.type) {
+      case basket::CIT_Tax:
+      case basket::CIT_ReducedTax: {
+        // The n-th percentage record of a class is the n-th tax line of it.
+        const std::size_t n = taxIndex[e.taxClass]++;
+        std::string rate;
+        std::size_t k = 0;
+        for (const basket::ETaxRecord* rec :
+             c.taxTable.findAll(e.taxClass, cfg.taxCountry, cfg.priceDate))
+          if (rec->weightUnit.empty() && k++ == n) rate = number(rec->rate.amount) + " %";
+        m.taxes.push_back(QuoteTax{e.type, e.taxClass, rate, std::string(), e.base, e.amount});
+        continue;
+      }
+      case basket::CIT_UnitTax:
+        m.taxes.push_back(QuoteTax{e.type, e.taxClass, std::string(), e.position.formatString(),
+                                   ECurrency(), e.amount});
+        continue;
+      case basket::CIT_NetTotal:
+        m.net = e.amount;
+        continue;
+      case basket::CIT_GrossTotal:
+        m.gross = e.amount;
+        continue;
+      case basket::CIT_CashRounding:
+        m.hasCashRounding = true;
+        m.cashRounding = e.amount;
+        continue;
+      default:
+        break;
+    }
+    const bool after = e.type == basket::CIT_PaymentDiscount ||
+                       e.type == basket::CIT_PaymentDiscountAbsolute ||
+                       e.type == basket::CIT_Deposit;
+    payableSeen = payableSeen || after;
+    QuoteRow row{e.type, e.label.empty() ? std::string(kindLabel(e.type)) : e.label, e.taxClass,
+                 e.amount};
+    (payableSeen ? m.afterPayable : m.charges).push_back(std::move(row));
+  }
+  m.tax = r.taxTotal;
+  m.payable = r.payable;
+  m.due = r.due;
+  return m;
+}
+
+std::string quantityText(const QuoteLine& l) {
+  // The quantity as read, in the language's decimal form.
+  ktz::decimal::decimal128 q;
+  std::string s = util::parseDecimalCString(&q, l.quantity.c_str(), nullptr) ? number(q) : l.quantity;
+  if (l.unit != "C62" && !l.unit.empty()) s += " " + l.unit;
+  return s;
+}
+
+class TextQuote {
  public:
-  Quote(kelp::tool::Invocation& inv, const Inputs& in, const basket::PriceResult& r,
-        const basket::PriceConfiguration& cfg, const std::string& lang)
-      : inv_(inv), in_(in), r_(r), cfg_(cfg), lang_(lang) {}
+  TextQuote(std::FILE* out, const QuoteModel& m) : out_(out), m_(m) {}
 
   void write() {
-    const basket::Catalogue& c = in_.catalogue.getCatalogue();
-    print("quote " + in_.basket.id + ", catalogue " + c.id + " " + c.version.formatString() +
-          ", " + cfg_.currency + ", price date " + cfg_.priceDate.formatString() +
-          (cfg_.taxCountry.empty() ? std::string() : ", tax country " + cfg_.taxCountry) + "\n\n");
+    print("quote " + m_.basketId + ", catalogue " + m_.catalogueId + " " + m_.catalogueVersion +
+          ", " + m_.currency + ", price date " + m_.priceDate +
+          (m_.taxCountry.empty() ? std::string() : ", tax country " + m_.taxCountry) + "\n\n");
     print(padRight("pos", 6) + padRight("article", 14) + padRight("name", 30) + padLeft("qty", 6) +
           padLeft("unit price", 14) + padLeft("line net", 14) + "\n");
-    for (const basket::ItemPrice& ip : r_.items) writeItem(ip);
+    for (const QuoteLine& l : m_.lines) {
+      std::string s = padRight(l.position, 6) + padRight(l.article, 14) + padRight(l.name, 30) +
+                      padLeft(quantityText(l), 6);
+      if (!l.setHeader) s += padLeft(amount(l.unitPrice), 14) + padLeft(amount(l.net), 14);
+      print(s + "\n");
+      for (const auto& [label, value] : l.choices) print("      " + label + ": " + value + "\n");
+      if (!l.tierLabel.empty())
+        line("      " + l.tierLabel + " (line " + amount(l.tierBase) + ")", amount(l.tierAmount));
+    }
     print("\n");
-    for (const basket::PriceCalcEntry& e : r_.entries) writeEntry(e);
-    if (!payableShown_) line("payable", amount(r_.payable));
-    line("due", amount(r_.due));
+    for (const QuoteRow& r : m_.charges) row(r);
+    if (!m_.taxes.empty()) print("taxes\n");
+    for (const QuoteTax& t : m_.taxes) {
+      if (t.kind == basket::CIT_UnitTax)
+        line("  " + t.taxClass + " unit tax, item " + t.position, amount(t.amount));
+      else
+        line("  " + t.taxClass + " " + t.rate + " of " + amount(t.base), amount(t.amount));
+    }
+    line("net", amount(m_.net));
+    line("gross", amount(m_.gross));
+    if (m_.hasCashRounding) line("cash rounding", amount(m_.cashRounding));
+    line("payable", amount(m_.payable));
+    for (const QuoteRow& r : m_.afterPayable) row(r);
+    line("due", amount(m_.due));
   }
 
  private:
   static constexpr std::size_t kRight = 84;
 
-  void print(const std::string& s) { std::fputs(s.c_str(), inv_.out); }
+  void print(const std::string& s) { std::fputs(s.c_str(), out_); }
 
   void line(const std::string& left, const std::string& value) {
-    print(padRight(left, kRight - std::max<std::size_t>(width(value), 14)) +
-          padLeft(value, 14) + "\n");
+    print(padRight(left, kRight - std::max<std::size_t>(width(value), 14)) + padLeft(value, 14) +
+          "\n");
   }
 
-  void writeItem(const basket::ItemPrice& ip) {
-    const basket::BasketItem* item = in_.basket.find(ip.position);
-    const basket::Article* a = in_.catalogue.getCatalogue().findArticle(ip.articleId);
-    const std::string name = a ? a->names.get(lang_.c_str()) : std::string();
-    std::string qty = item ? number(item->quantity) : std::string();
-    if (item && item->unit != "C62") qty += " " + item->unit;
-    std::string s = padRight(ip.position.formatString(), 6) + padRight(ip.articleId, 14) +
-                    padRight(name, 30) + padLeft(qty, 6);
-    if (!ip.setHeader) s += padLeft(amount(ip.unitPrice), 14) + padLeft(amount(ip.net), 14);
-    print(s + "\n");
-    if (item && a)
-      for (const basket::BasketItem::ChosenValue& v : item->choices) {
-        const basket::Choice* ch = a->findChoice(v.first);
-        const basket::ChoiceValue* cv = ch ? ch->findValue(v.second) : nullptr;
-        std::string label = ch ? ch->label.get(lang_.c_str()) : std::string();
-        std::string value = cv ? cv->label.get(lang_.c_str()) : std::string();
-        print("      " + (label.empty() ? v.first : label) + ": " +
-              (value.empty() ? v.second : value) + "\n");
-      }
-    // The quantity discount of the line, stated under it.
-    for (const basket::PriceCalcEntry& e : ip.entries)
-      if (e.type == basket::CIT_QuantityDiscount)
-        line("      " + (e.label.empty() ? std::string("quantity discount") : e.label) +
-                 " (line " + amount(e.base) + ")",
-             amount(e.amount));
-  }
-
-  // The rate of the n-th percentage record of a class, as the calculation
-  // applied them (in the tax table's order).
-  std::string rateOf(const std::string& taxClass, std::size_t n) const {
-    const auto records = in_.catalogue.getCatalogue().taxTable.findAll(
-        taxClass, cfg_.taxCountry, cfg_.priceDate);
-    std::size_t k = 0;
-    for (const basket::ETaxRecord* rec : records) {
-      if (!rec->weightUnit.empty()) continue;
-      if (k++ == n) return number(rec->rate.amount) + " %";
-    }
-    return std::string();
-  }
-
-  void writeEntry(const basket::PriceCalcEntry& e) {
-    switch (e.type) {
-      case basket::CIT_Tax:
-      case basket::CIT_ReducedTax: {
-        if (!taxesShown_) print("taxes\n");
-        taxesShown_ = true;
-        const std::size_t n = taxIndex_[e.taxClass]++;
-        line("  " + e.taxClass + " " + rateOf(e.taxClass, n) + " of " + amount(e.base),
-             amount(e.amount));
-        return;
-      }
-      case basket::CIT_UnitTax: {
-        if (!taxesShown_) print("taxes\n");
-        taxesShown_ = true;
-        line("  " + e.taxClass + " unit tax, item " + e.position.formatString(), amount(e.amount));
-        return;
-      }
-      case basket::CIT_NetTotal:
-        line("net", amount(e.amount));
-        return;
-      case basket::CIT_GrossTotal:
-        line("gross", amount(e.amount));
-        return;
-      case basket::CIT_CashRounding:
-        line("cash rounding", amount(e.amount));
-        return;
-      case basket::CIT_Text:
-        print("  " + e.label + "\n");
-        return;
-      default:
-        break;
-    }
-    std::string label = e.label.empty() ? kindLabel(e.type) : e.label;
-    const bool afterPayable = e.type == basket::CIT_PaymentDiscount ||
-                              e.type == basket::CIT_PaymentDiscountAbsolute ||
-                              e.type == basket::CIT_Deposit;
-    if (afterPayable && !payableShown_) {
-      line("payable", amount(r_.payable));
-      payableShown_ = true;
-    }
-    if (e.type == basket::CIT_PaymentDiscount || e.type == basket::CIT_PaymentDiscountAbsolute) {
-      line("  " + label + " (not deducted)", amount(e.amount));
+  void row(const QuoteRow& r) {
+    if (r.kind == basket::CIT_Text) {
+      print("  " + r.label + "\n");
       return;
     }
-    if (!e.taxClass.empty()) label += " (" + e.taxClass + ")";
-    line("  " + label, amount(e.amount));
+    std::string label = r.label;
+    if (r.kind == basket::CIT_PaymentDiscount || r.kind == basket::CIT_PaymentDiscountAbsolute)
+      label += " (not deducted)";
+    else if (!r.taxClass.empty())
+      label += " (" + r.taxClass + ")";
+    line("  " + label, amount(r.amount));
   }
 
-  kelp::tool::Invocation& inv_;
-  const Inputs& in_;
-  const basket::PriceResult& r_;
-  const basket::PriceConfiguration& cfg_;
-  std::string lang_;
-  bool taxesShown_ = false;
-  bool payableShown_ = false;
-  std::map<std::string, std::size_t> taxIndex_;
+  std::FILE* out_;
+  const QuoteModel& m_;
 };
+
+std::string esc(const std::string& s) {
+  return qor::quv::xml::XMLWriter::quoteCharData(s.c_str());
+}
+
+class HtmlQuote {
+ public:
+  HtmlQuote(std::FILE* out, const QuoteModel& m) : out_(out), m_(m) {}
+
+  void write() {
+    const std::string title = "Quote " + esc(m_.basketId);
+    print(kelp::tool::htmlPageStart(m_.lang, title));
+    print("<h1>" + title + "</h1>\n<p class=\"meta\">Catalogue " + esc(m_.catalogueId) + " " +
+          esc(m_.catalogueVersion) + " &middot; " + esc(m_.currency) + " &middot; price date " +
+          m_.priceDate +
+          (m_.taxCountry.empty() ? std::string() : " &middot; tax country " + esc(m_.taxCountry)) +
+          "</p>\n");
+    print("<table class=\"lines\">\n<thead><tr><th>Pos.</th><th>Article</th><th>Name</th>"
+          "<th class=\"num\">Qty</th><th class=\"num\">Unit price</th>"
+          "<th class=\"num\">Line net</th></tr></thead>\n<tbody>\n");
+    for (const QuoteLine& l : m_.lines) {
+      std::string name = esc(l.name);
+      for (const auto& [label, value] : l.choices)
+        name += "<div class=\"choice\">" + esc(label) + ": " + esc(value) + "</div>";
+      if (!l.tierLabel.empty())
+        name += "<div class=\"choice\">" + esc(l.tierLabel) + " " + amount(l.tierAmount) + "</div>";
+      print("<tr><td>" + l.position + "</td><td>" + esc(l.article) + "</td><td>" + name +
+            "</td><td class=\"num\">" + esc(quantityText(l)) + "</td><td class=\"num\">" +
+            (l.setHeader ? std::string() : amount(l.unitPrice)) + "</td><td class=\"num\">" +
+            (l.setHeader ? std::string() : amount(l.net)) + "</td></tr>\n");
+    }
+    print("</tbody>\n</table>\n");
+    if (!m_.charges.empty()) {
+      print("<h2>Discounts and charges</h2>\n<table class=\"charges\">\n<thead><tr><th>Line</th>"
+            "<th>Tax class</th><th class=\"num\">Amount</th></tr></thead>\n<tbody>\n");
+      for (const QuoteRow& r : m_.charges)
+        print("<tr><td>" + esc(r.label) + "</td><td>" + esc(r.taxClass) + "</td><td class=\"num\">" +
+              (r.kind == basket::CIT_Text ? std::string() : amount(r.amount)) + "</td></tr>\n");
+      print("</tbody>\n</table>\n");
+    }
+    if (!m_.taxes.empty()) {
+      print("<h2>Taxes</h2>\n<table class=\"taxes\">\n<thead><tr><th>Tax class</th><th>Rate</th>"
+            "<th class=\"num\">Net</th><th class=\"num\">Tax</th></tr></thead>\n<tbody>\n");
+      for (const QuoteTax& t : m_.taxes)
+        print("<tr><td>" + esc(t.taxClass) + "</td><td>" +
+              (t.kind == basket::CIT_UnitTax ? "by weight, item " + t.position : esc(t.rate)) +
+              "</td><td class=\"num\">" +
+              (t.kind == basket::CIT_UnitTax ? std::string() : amount(t.base)) +
+              "</td><td class=\"num\">" + amount(t.amount) + "</td></tr>\n");
+      print("</tbody>\n</table>\n");
+    }
+    print("<table class=\"totals\">\n<tbody>\n");
+    total("Net", m_.net);
+    total("Tax", m_.tax);
+    total("Gross", m_.gross);
+    if (m_.hasCashRounding) total("Cash rounding", m_.cashRounding);
+    total("Payable", m_.payable, m_.afterPayable.empty() ? "grand" : "");
+    for (const QuoteRow& r : m_.afterPayable)
+      total(r.label + (r.kind == basket::CIT_Deposit ? "" : " (not deducted)"), r.amount);
+    if (!m_.afterPayable.empty()) total("Due", m_.due, "grand");
+    print("</tbody>\n</table>\n</body>\n</html>\n");
+  }
+
+ private:
+  void print(const std::string& s) { std::fputs(s.c_str(), out_); }
+  void total(const std::string& label, const ECurrency& value, const char* cls = "") {
+    print(std::string("<tr") + (*cls ? std::string(" class=\"") + cls + "\"" : std::string()) +
+          "><th>" + esc(label) + "</th><td class=\"num\">" + amount(value) + " " +
+          esc(m_.currency) + "</td></tr>\n");
+  }
+
+  std::FILE* out_;
+  const QuoteModel& m_;
+};
+
+// Amounts in JSON: strings in the classic form with the currency's
+// decimals, so that no digit is lost to a binary number.
+std::string jsonAmount(const ECurrency& c) {
+  if (c.isNull() && c.getUnit().empty()) return "0";
+  return util::formatDecimalCString(c.amount, ECurrency::getDefaultFractionDigits(c.unit));
+}
+
+nlohmann::ordered_json quoteJson(const QuoteModel& m) {
+  nlohmann::ordered_json j;
+  j["format"] = "kelp-quote/1";
+  j["basket"] = m.basketId;
+  j["catalogue"] = {{"id", m.catalogueId}, {"version", m.catalogueVersion}};
+  j["currency"] = m.currency;
+  j["priceDate"] = m.priceDate;
+  j["taxCountry"] = m.taxCountry;
+  j["language"] = m.lang;
+  j["items"] = nlohmann::ordered_json::array();
+  for (const QuoteLine& l : m.lines) {
+    nlohmann::ordered_json item = {{"position", l.position}, {"article", l.article},
+                                   {"name", l.name},         {"quantity", l.quantity},
+                                   {"unit", l.unit},         {"setHeader", l.setHeader}};
+    item["choices"] = nlohmann::ordered_json::array();
+    for (const auto& [label, value] : l.choices)
+      item["choices"].push_back({{"choice", label}, {"value", value}});
+    item["unitPrice"] = l.setHeader ? nlohmann::ordered_json() : nlohmann::ordered_json(jsonAmount(l.unitPrice));
+    item["net"] = l.setHeader ? nlohmann::ordered_json() : nlohmann::ordered_json(jsonAmount(l.net));
+    if (!l.tierLabel.empty())
+      item["quantityDiscount"] = {{"label", l.tierLabel},
+                                  {"base", jsonAmount(l.tierBase)},
+                                  {"amount", jsonAmount(l.tierAmount)}};
+    j["items"].push_back(item);
+  }
+  auto rows = [](const std::vector<QuoteRow>& v) {
+    nlohmann::ordered_json a = nlohmann::ordered_json::array();
+    for (const QuoteRow& r : v)
+      a.push_back({{"kind", basket::calcItemTypeName(r.kind)},
+                   {"label", r.label},
+                   {"taxClass", r.taxClass},
+                   {"amount", r.kind == basket::CIT_Text ? nlohmann::ordered_json()
+                                                         : nlohmann::ordered_json(jsonAmount(r.amount))}});
+    return a;
+  };
+  j["charges"] = rows(m.charges);
+  j["taxes"] = nlohmann::ordered_json::array();
+  for (const QuoteTax& t : m.taxes) {
+    nlohmann::ordered_json tax = {{"kind", basket::calcItemTypeName(t.kind)},
+                                  {"taxClass", t.taxClass}};
+    if (t.kind == basket::CIT_UnitTax) {
+      tax["position"] = t.position;
+    } else {
+      tax["rate"] = t.rate.empty() ? std::string() : t.rate.substr(0, t.rate.size() - 2);
+      tax["base"] = jsonAmount(t.base);
+    }
+    tax["amount"] = jsonAmount(t.amount);
+    j["taxes"].push_back(tax);
+  }
+  j["totals"] = {{"net", jsonAmount(m.net)}, {"tax", jsonAmount(m.tax)},
+                 {"gross", jsonAmount(m.gross)}};
+  if (m.hasCashRounding) j["totals"]["cashRounding"] = jsonAmount(m.cashRounding);
+  j["totals"]["payable"] = jsonAmount(m.payable);
+  j["afterPayable"] = rows(m.afterPayable);
+  j["totals"]["due"] = jsonAmount(m.due);
+  return j;
+}
 
 int runPrice(kelp::tool::Invocation& inv) {
   kelp::tool::ParsedArgs args;
   int status = kelp::tool::kExitOk;
   if (!kelp::tool::parseArgs(inv, 1,
-                             {{"catalogue", true}, {"date", true}, {"country", true}, {"lang", true}},
+                             {{"catalogue", true},
+                              {"date", true},
+                              {"country", true},
+                              {"lang", true},
+                              {"html", false},
+                              {"json", false}},
                              args, &status) ||
       !kelp::tool::checkOperands(inv, args, 1, 1, &status))
     return status;
   if (!args.has("catalogue")) return kelp::tool::usageError(inv, "no --catalogue given");
+  if (args.has("html") && args.has("json"))
+    return kelp::tool::usageError(inv, "--html and --json exclude each other");
   const std::string lang = args.get("lang", "en");
   if (!util::Funcs::isValidLanguageCode(lang))
     return kelp::tool::usageError(inv, "'" + lang + "' is not a language code (two letters a-z)");
@@ -320,8 +540,18 @@ int runPrice(kelp::tool::Invocation& inv) {
     }
     return kelp::tool::kExitFailed;
   }
+  if (args.has("json")) {
+    // Classic numbers whatever the language: the JSON form is for programs.
+    const QuoteModel m = makeModel(in, r, cfg, lang);
+    std::fputs((quoteJson(m).dump(2) + "\n").c_str(), inv.out);
+    return kelp::tool::kExitOk;
+  }
   kelp::tool::GlobalLocale numbers(kelp::tool::numberLocale(lang));
-  Quote(inv, in, r, cfg, lang).write();
+  const QuoteModel m = makeModel(in, r, cfg, lang);
+  if (args.has("html"))
+    HtmlQuote(inv.out, m).write();
+  else
+    TextQuote(inv.out, m).write();
   return kelp::tool::kExitOk;
 }
 

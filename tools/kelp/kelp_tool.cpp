@@ -295,4 +295,32 @@ std::locale numberLocale(const std::string& lang) {
   return std::locale(std::locale::classic(), new Punctuation(point, separator));
 }
 
+std::string htmlPageStart(const std::string& lang, const std::string& title) {
+  return "<!DOCTYPE html>\n<html lang=\"" + lang +
+         "\">\n<head>\n<meta charset=\"utf-8\">\n<title>" + title +
+         "</title>\n<style>\n"
+         "@page { size: A4; margin: 18mm 16mm; }\n"
+         "body { font-family: \"DejaVu Sans\", Arial, sans-serif; font-size: 10pt; color: #222;"
+         " max-width: 180mm; margin: 0 auto; }\n"
+         "h1 { font-size: 16pt; margin: 0 0 4pt; }\n"
+         "h2 { font-size: 12pt; margin: 14pt 0 4pt; }\n"
+         "p.meta { color: #555; margin: 0 0 10pt; }\n"
+         "table { border-collapse: collapse; width: 100%; margin: 4pt 0 8pt; }\n"
+         "thead { display: table-header-group; }\n"
+         "tr { page-break-inside: avoid; break-inside: avoid; }\n"
+         "th, td { padding: 3pt 6pt; text-align: left; vertical-align: top;"
+         " border-bottom: 0.5pt solid #ccc; }\n"
+         "thead th { background: #eee; border-bottom: 1pt solid #888; }\n"
+         ".num { text-align: right; white-space: nowrap; font-variant-numeric: tabular-nums; }\n"
+         ".choice { color: #555; font-size: 9pt; }\n"
+         "table.totals { width: 60%; margin: 14pt 0 0 auto; border-top: 1.5pt solid #222; }\n"
+         "table.totals th { font-weight: normal; }\n"
+         "table.totals tr.grand th, table.totals tr.grand td { font-weight: bold; font-size: 12pt;"
+         " border-top: 1.5pt solid #222; border-bottom: 3pt double #222; }\n"
+         ".article { page-break-before: always; break-before: page; }\n"
+         ".article:first-of-type { page-break-before: auto; break-before: auto; }\n"
+         "@media print { body { max-width: none; } }\n"
+         "</style>\n</head>\n<body>\n";
+}
+
 }  // namespace kelp::tool

@@ -208,6 +208,14 @@ class GlobalLocale {
   std::locale previous_;
 };
 
+/* The start of a self-contained HTML page for a customer (reports, quotes):
+ * doctype, UTF-8, the title (already escaped) and an inline style sheet
+ * laid out for A4: amounts (class "num") right-aligned, table headers
+ * repeated on every page, rows never split, sections (class "article")
+ * starting on a new page, totals (table class "totals") set apart. Ends
+ * with the opening <body>. */
+std::string htmlPageStart(const std::string& lang, const std::string& title);
+
 /* Parses a whole decimal integer in [min, max]. */
 bool parseInt(const std::string& text, long min, long max, long* out);
 
