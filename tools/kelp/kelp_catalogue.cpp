@@ -60,7 +60,8 @@ constexpr const char kCatalogueHelp[] =
     "EUR 2, KWD 3 ...). The totals add the rounded prices.\n"
     "\n"
     "  --lang L     the language of names, descriptions and numbers\n"
-    "  --html       write an HTML page instead of text\n"
+    "  --html       write an HTML page instead of text: self-contained, amounts\n"
+    "               in columns, laid out for A4 with one article per page\n"
     "  --date D     list and count only the articles valid on the date D\n"
     "  --strict     exit with 1 when any article was invalid\n"
     "\n"
@@ -205,17 +206,17 @@ class Report {
     if (html_) {
       std::string title = label(lang_, "Catalogue %1");
       title << htmlEscaped(c.id);
-      print("<!DOCTYPE HTML PUBLIC \"-//W3C//DTD HTML 4.01//EN\">\n<HTML>\n<HEAD>\n");
-      print("<META http-equiv=\"Content-Type\" content=\"text/html; charset=UTF-8\">\n");
-      print("<TITLE>" + title + "</TITLE>\n</HEAD>\n<BODY>\n<H1>" + title + "</H1>\n");
-      print("<P>" + htmlEscaped(header) + "\n");
+      print(kelp::tool::htmlPageStart(lang_, title));
+      print("<h1>" + title + "</h1>\n<p class=\"meta\">" + htmlEscaped(header) + "</p>\n");
     } else {
       std::string title = label(lang_, "catalogue %1");
       print((title << c.id) + ", " + header + "\n");
     }
     for (const basket::Article* a : shown) writeArticle(*a);
     if (html_) {
-      print("<H2>" + label(lang_, "Totals") + "</H2>\n<TABLE>\n");
+      print("<h2>" + label(lang_, "Totals") + "</h2>\n<table class=\"totals\">\n<thead><tr><th>" +
+            label(lang_, "Currency") + "</th><th class=\"num\">" + label(lang_, "Price") +
+            "</th><th class=\"num\">" + label(lang_, "Articles") + "</th></tr></thead>\n<tbody>\n");
     } else {
       print("\n" + label(lang_, "totals") + "\n");
     }
@@ -224,15 +225,15 @@ class Report {
       if (it == totals.end()) continue;
       const Total& t = it->second;
       if (html_)
-        print("<TR><TD>" + code + "<TD>" + amountText(t.sum) + "<TD>" +
-              articlesCount(lang_, t.count) + "\n");
+        print("<tr><td>" + code + "</td><td class=\"num\">" + amountText(t.sum) +
+              "</td><td class=\"num\">" + std::to_string(t.count) + "</td></tr>\n");
       else
         print("  " + code + " " + amountText(t.sum) + " (" + articlesCount(lang_, t.count) + ")\n");
     }
     if (html_) {
-      print("</TABLE>\n");
-      if (!leftOut.empty()) print("<P>" + leftOut + "\n");
-      print("</BODY>\n</HTML>\n");
+      print("</tbody>\n</table>\n");
+      if (!leftOut.empty()) print("<p>" + leftOut + "</p>\n");
+      print("</body>\n</html>\n");
     } else if (!leftOut.empty()) {
       print("  " + leftOut + "\n");
     }
@@ -271,14 +272,17 @@ class Report {
       }
     }
     if (html_) {
-      print("<H2>" + htmlEscaped(a.id) + " " + htmlEscaped(name) + "</H2>\n<P>" + validityText(a) +
-            "\n");
-      if (!description.empty()) print("<DIV>\n" + description + "</DIV>\n");
-      print("<TABLE>\n");
+      print("<section class=\"article\">\n<h2>" + htmlEscaped(a.id) + " " + htmlEscaped(name) +
+            "</h2>\n<p class=\"meta\">" + validityText(a) + "</p>\n");
+      if (!description.empty()) print("<div class=\"description\">\n" + description + "</div>\n");
+      print("<table>\n<thead><tr><th>" + label(lang_, "Currency") + "</th><th class=\"num\">" +
+            label(lang_, "Price") + "</th><th class=\"num\">" + label(lang_, "Computed from") +
+            "</th></tr></thead>\n<tbody>\n");
       for (const basket::ArticlePrice& p : a.prices)
-        print("<TR><TD>" + p.base.getUnit() + "<TD>" + amountText(p.evaluate()) + "<TD>" +
-              (p.calcItems.empty() ? std::string() : stepsText(p)) + "\n");
-      print("</TABLE>\n");
+        print("<tr><td>" + p.base.getUnit() + "</td><td class=\"num\">" + amountText(p.evaluate()) +
+              "</td><td class=\"num\">" + (p.calcItems.empty() ? std::string() : stepsText(p)) +
+              "</td></tr>\n");
+      print("</tbody>\n</table>\n</section>\n");
       return;
     }
     print("\n" + a.id + "  " + name + "\n  " + validityText(a) + "\n");
