@@ -600,8 +600,8 @@ TEST(KelpCatalogue, UsageErrors) {
   }
   auto help = runKelp({"catalogue", "--help"});
   EXPECT_EQ(help.status, 0);
-  EXPECT_EQ(help.out.rfind("usage: kelp catalogue report [--lang L] [--html] [--strict] "
-                           "[--date YYYY-MM-DD] FILE\n",
+  EXPECT_EQ(help.out.rfind("usage: kelp catalogue report [--lang L] [--html | --json] [--strict] "
+                           "[--date YYYY-MM-DD]\n",
                            0),
             0u);
 }

@@ -61,7 +61,7 @@ TEST(KelpManual, BashCompletionOffersCommandsSubcommandsAndOptions) {
       {{"kelp", "mo"}, "money\n"},
       {{"kelp", "--v"}, "--version\n"},
       {{"kelp", "xml", ""}, "check\nevents\nformat\ncanon\n--help\n"},
-      {{"kelp", "xml", "check", "--"}, "--help\n--html4-entities\n--no-namespaces\n"},
+      {{"kelp", "xml", "check", "--"}, "--help\n--html4-entities\n--json\n--no-namespaces\n"},
       {{"kelp", "money", "round", "--m"}, "--mode\n"},
       {{"kelp", "help", "--"}, "--man\n"},
       {{"kelp", "help", "ca"}, "catalogue\n"},

@@ -134,7 +134,7 @@ TEST(KelpXml, HelpStartsWithTheUsageLines) {
   for (const char* flag : {"--help", "-h"}) {
     ToolResult r = runKelp({"xml", "format", flag});
     EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.out.rfind("usage: kelp xml check [--html4-entities] [--no-namespaces] FILE...\n"
+    EXPECT_EQ(r.out.rfind("usage: kelp xml check [--html4-entities] [--no-namespaces] [--json] FILE...\n"
                           "       kelp xml events ",
                           0),
               0u);

@@ -22,6 +22,7 @@
 #include <kelp/util/utl_TrStrSet.h>
 #include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/xml_Writer.h>
+#include <nlohmann/json.hpp>
 #include <ktz/ktz_gettext.h>
 #include <vorn/vorn_placeholder.h>
 
@@ -39,7 +40,8 @@ using util::EDate;
 using util::TrStrSet;
 
 constexpr const char kCatalogueHelp[] =
-    "usage: kelp catalogue report [--lang L] [--html] [--strict] [--date YYYY-MM-DD] FILE\n"
+    "usage: kelp catalogue report [--lang L] [--html | --json] [--strict] [--date YYYY-MM-DD]\n"
+    "                             FILE\n"
     "\n"
     "Prints a report of the catalogue FILE ('-' reads standard input): the\n"
     "catalogue's id, data version and validity, then every article with its\n"
@@ -62,6 +64,8 @@ constexpr const char kCatalogueHelp[] =
     "  --lang L     the language of names, descriptions and numbers\n"
     "  --html       write an HTML page instead of text: self-contained, amounts\n"
     "               in columns, laid out for A4 with one article per page\n"
+    "  --json       write the report as JSON (format \"kelp-catalogue-report/1\";\n"
+    "               amounts as strings)\n"
     "  --date D     list and count only the articles valid on the date D\n"
     "  --strict     exit with 1 when any article was invalid\n"
     "\n"
@@ -306,13 +310,81 @@ class Report {
   zob::Ref<kelp::host::Locale> locale_;
 };
 
+// The report as JSON ("kelp-catalogue-report/1", described in the format
+// document): the same articles and totals, amounts as strings in the
+// classic form so that no digit is lost, names in the report's language.
+void writeJson(const kelp::tool::Invocation& inv, const basket::CatalogueReader& data,
+               const std::string& lang, const EDate* date) {
+  using json = nlohmann::ordered_json;
+  // The classic locale: "." and no grouping, whatever the user's locale.
+  kelp::tool::GlobalLocale classic(std::locale::classic());
+  const basket::Catalogue& c = data.getCatalogue();
+  auto money = [](const ECurrency& v) {
+    return util::formatDecimalCString(v.amount, ECurrency::getDefaultFractionDigits(v.unit));
+  };
+  json j;
+  j["format"] = "kelp-catalogue-report/1";
+  j["catalogue"] = {{"id", c.id},
+                    {"version", c.version.formatString()},
+                    {"validFrom", c.validFrom.formatString()},
+                    {"validUntil", c.validUntil.formatString()},
+                    {"language", c.lang}};
+  j["language"] = lang;
+  j["date"] = date ? json(date->formatString()) : json();
+  j["articles"] = json::array();
+  std::map<std::string, std::pair<ECurrency, int>> totals;
+  for (const basket::Article& a : c.getArticles()) {
+    if (date && !(a.validFrom <= *date && *date <= a.validUntil)) continue;
+    std::string name = a.names.get(lang.c_str());
+    if (!a.names.has(lang.c_str()) && a.names.has(c.lang.c_str())) name = a.names.get(c.lang.c_str());
+    json article = {{"id", a.id},
+                    {"name", name},
+                    {"version", a.version.isNull() ? json() : json(a.version.formatString())},
+                    {"validFrom", a.validFrom.formatString()},
+                    {"validUntil", a.validUntil.formatString()}};
+    article["prices"] = json::array();
+    for (const basket::ArticlePrice& p : a.prices) {
+      const ECurrency price = p.evaluate();
+      auto& t = totals[p.base.getUnit()];
+      t.first = t.first + price;
+      ++t.second;
+      json steps = json::array();
+      for (const basket::PriceCalcItem& step : p.calcItems)
+        steps.push_back({{"kind", basket::calcItemTypeName(step.getType())},
+                         {"value", util::formatDecimalString(step.getValue().amount, 0, 12)},
+                         {"unit", step.getValue().getUnit()}});
+      article["prices"].push_back({{"currency", p.base.getUnit()},
+                                   {"price", money(price)},
+                                   {"base", baseText(p.base)},
+                                   {"steps", steps}});
+    }
+    j["articles"].push_back(article);
+  }
+  j["totals"] = json::array();
+  for (const std::string& code : c.currencies) {
+    auto it = totals.find(code);
+    if (it == totals.end()) continue;
+    j["totals"].push_back(
+        {{"currency", code}, {"total", money(it->second.first)}, {"articles", it->second.second}});
+  }
+  j["faults"] = json::array();
+  for (const basket::CatalogueFault& f : data.getFaults())
+    j["faults"].push_back({{"line", f.line}, {"message", f.message}});
+  j["invalidArticles"] = data.getInvalidCount();
+  std::fputs((j.dump(2) + "\n").c_str(), inv.out);
+}
+
 // ---------------------------------------------------------------------------
 
 int runReport(kelp::tool::Invocation& inv) {
   kelp::tool::ParsedArgs args;
   int status = kelp::tool::kExitOk;
   if (!kelp::tool::parseArgs(inv, 1,
-                             {{"lang", true}, {"html", false}, {"strict", false}, {"date", true}},
+                             {{"lang", true},
+                              {"html", false},
+                              {"json", false},
+                              {"strict", false},
+                              {"date", true}},
                              args, &status))
     return status;
   if (args.operands.size() != 1)
@@ -338,6 +410,8 @@ int runReport(kelp::tool::Invocation& inv) {
     date = d;
   }
   const bool html = args.has("html");
+  if (html && args.has("json"))
+    return kelp::tool::usageError(inv, "--html and --json exclude each other");
 
   const std::string& path = args.operands[0];
   const std::string file = kelp::tool::displayName(path);
@@ -356,7 +430,9 @@ int runReport(kelp::tool::Invocation& inv) {
     return kelp::tool::kExitFailed;
   }
 
-  {
+  if (args.has("json")) {
+    writeJson(inv, handler, lang, date ? &*date : nullptr);
+  } else {
     kelp::tool::GlobalLocale numbers(kelp::tool::numberLocale(lang));
     Report(inv, handler, lang, html, date ? &*date : nullptr).write();
   }
