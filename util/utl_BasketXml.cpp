@@ -132,7 +132,9 @@ class Reader : public xml::sax::DefaultHandler {
     if (!util::Funcs::isValidCurrencyCode(c.currency))
       return refuse("basket: " + detail::invalidValue("currency", c.currency));
     const std::string date = attr(attrs, "price-date");
-    if (!c.priceDate.parseString(date.c_str(), nullptr) || !c.priceDate.isValid())
+    // Exactly YYYY-MM-DD, so that the date is written back as it was read.
+    if (!c.priceDate.parseString(date.c_str(), nullptr) || !c.priceDate.isValid() ||
+        c.priceDate.formatString() != date)
       return refuse("basket: attribute 'price-date' has invalid date '" + date + "'");
     c.taxCountry = attr(attrs, "tax-country");
     if (!c.taxCountry.empty() && !util::Funcs::isValidCountryCode(c.taxCountry))
@@ -342,11 +344,21 @@ bool BasketXml::write(const Basket& basket, xml::IXMLWriter* writer, std::string
 }
 
 std::string BasketXml::toString(const Basket& basket) {
+  // The records hold UTF-8 (the reader delivers it), while the writer
+  // converts from the locale's code set: write the bytes as they are and
+  // declare them as what they are.
   std::ostringstream out;
   zob::Ref<xml::XMLWriter> writer(new xml::XMLWriter(&out, 2));
+  const std::string appCodeSet = xml::XMLWriter::getAppCodeSet();
+  writer->setEncoding(appCodeSet);
   if (!write(basket, writer.get(), nullptr)) return std::string();
   writer->close();
-  return out.str();
+  std::string text = out.str();
+  const std::string declared = "encoding=" + xml::XMLWriter::quoteAttrValue(appCodeSet.c_str());
+  const std::size_t at = text.find(declared);
+  if (at != std::string::npos && at < text.find('>'))
+    text.replace(at, declared.size(), "encoding='UTF-8'");
+  return text;
 }
 
 }  // namespace qor::quv::basket

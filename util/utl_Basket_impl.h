@@ -6,6 +6,7 @@
 #include <string>
 
 #include <kelp/util/utl_Decimal.h>
+#include <kelp/util/utl_Funcs.h>
 #include <kelp/xml/sax/sax_Attributes.h>
 #include <ktz/ktz_decimal.h>
 
@@ -38,6 +39,10 @@ inline std::string decimalText(const ktz::decimal::decimal128& d) {
 inline std::string invalidValue(const char* name, const std::string& text) {
   return std::string("attribute '") + name + "' has invalid value '" + text + "'";
 }
+
+// The attribute "kind": the name of a calc item kind other than None; ""
+// or the fault.
+std::string readKind(const xml::sax::Attributes& attrs, CalcItemType* type);
 
 }  // namespace qor::quv::basket::detail
 

@@ -30,10 +30,7 @@ bool PriceCalcEntry::decodeAttributes(const xml::sax::Attributes& attrs, std::st
     return false;
   };
   PriceCalcEntry e;
-  const std::string kind = detail::attr(attrs, "kind");
-  if (kind.empty()) return fail("attribute 'kind' is missing or empty");
-  if (!parseCalcItemType(kind.c_str(), &e.type) || e.type == CIT_None)
-    return fail(detail::invalidValue("kind", kind));
+  if (std::string m = detail::readKind(attrs, &e.type); !m.empty()) return fail(m);
   if (detail::hasAttr(attrs, "position")) {
     std::string message;
     if (!e.position.parseString(detail::attr(attrs, "position"), &message)) return fail(message);

@@ -58,6 +58,14 @@ bool parseCalcItemType(const char* name, CalcItemType* type) {
   return false;
 }
 
+std::string detail::readKind(const xml::sax::Attributes& attrs, CalcItemType* type) {
+  const std::string kind = attr(attrs, "kind");
+  if (kind.empty()) return "attribute 'kind' is missing or empty";
+  if (!parseCalcItemType(kind.c_str(), type) || *type == CIT_None)
+    return invalidValue("kind", kind);
+  return std::string();
+}
+
 bool PriceCalcItem::encodeAttributes(xml::XMLWriterItfWrapper* writer) const {
   if (!writer->attribute("kind", calcItemTypeName(type_))) return false;
   if (!value_.isNull() && !value_.encodeAttributes(writer)) return false;
@@ -79,11 +87,8 @@ bool PriceCalcItem::decodeAttributes(const xml::sax::Attributes& attrs, std::str
     return false;
   };
   PriceCalcItem item;
-  const std::string kind = detail::attr(attrs, "kind");
-  if (kind.empty()) return fail("attribute 'kind' is missing or empty");
-  if (!parseCalcItemType(kind.c_str(), &item.type_) || item.type_ == CIT_None)
-    return fail(detail::invalidValue("kind", kind));
-  std::string message;
+  std::string message = detail::readKind(attrs, &item.type_);
+  if (!message.empty()) return fail(message);
   if (!item.value_.decodeAttributes(attrs, util::ECurrency::Null, &message)) return fail(message);
   for (int i = 0; i < attrs.getLength(); ++i) {
     const char* name = attrs.getQName(i);

@@ -4,7 +4,7 @@
 #include <kelp/util/utl_PriceCalculation.h>
 
 #include <algorithm>
-#include <unordered_map>
+#include <memory>
 
 #include <kelp/util/utl_Decimal.h>
 
@@ -339,9 +339,12 @@ class Run {
   }
 
   Prepared& prepare(const Article& a, const ArticlePrice& price) {
-    auto found = prepared_.find(&a);
-    if (found != prepared_.end()) return found->second;
-    Prepared& p = prepared_[&a];
+    // By the article's place in the catalogue: no hashing per line.
+    const auto index = static_cast<std::size_t>(&a - cat_.getArticles().data());
+    if (prepared_.empty()) prepared_.resize(cat_.getArticles().size());
+    if (prepared_[index]) return *prepared_[index];
+    prepared_[index] = std::make_unique<Prepared>();
+    Prepared& p = *prepared_[index];
     const EPositionNumber none;
     p.name = a.names.get(cat_.lang.c_str());
     const dec list = price.base.amount;
@@ -486,7 +489,9 @@ class Run {
     for (PriceCalcEntry& e : ip.entries) e.position = pos;
     const dec unitPrice = piece->unitPrice;
     // 5. The line net and its quantity tier.
-    dec net = round(unitPrice * q);
+    // One piece (the canonical 1 as read) needs no multiplication.
+    const bool onePiece = q.high() == dec(1).high() && q.low() == 1;
+    dec net = onePiece ? unitPrice : round(unitPrice * q);
     if (!ktzDec128IsFinite(net)) {
       fault(pos, "line net is out of range");
       return false;
@@ -710,7 +715,7 @@ class Run {
   dec taxSum_;
   bool overflowReported_ = false;
   std::vector<Line> lines_;
-  std::unordered_map<const Article*, Prepared> prepared_;
+  std::vector<std::unique_ptr<Prepared>> prepared_;
   std::vector<std::pair<std::size_t, std::size_t>> values_;  // reused from item to item
 };
 

@@ -47,7 +47,7 @@ Basket generated(std::mt19937& rng) {
   fill(&b.items, EPositionNumber(), 0, rng);
   PriceCalcItem freight(CIT_Freight, ECurrency(b.configuration.currency, d128("25.00")));
   freight.setTaxClass("standard");
-  freight.label().set("de", "Fracht");
+  freight.label().set("de", "Fracht für Größe \xe2\x82\xac");  // beyond ASCII, whatever the locale
   freight.label().set("", "Freight & handling");
   b.calcItems = {freight, PriceCalcItem(CIT_Text, ECurrency::Null)};
   return b;
@@ -114,6 +114,8 @@ TEST(BasketXml, RefusesFaultsWithTheirLine) {
   std::string error;
   EXPECT_FALSE(BasketXml::read("<basket currency='EUR' price-date='2026-02-30'/>", &b, &error));
   EXPECT_EQ(error, "basket: attribute 'price-date' has invalid date '2026-02-30'");
+  EXPECT_FALSE(BasketXml::read("<basket currency='EUR' price-date='20260-3-01'/>", &b, &error));
+  EXPECT_EQ(error, "basket: attribute 'price-date' has invalid date '20260-3-01'");
   EXPECT_FALSE(BasketXml::read("<cart/>", &b, &error));
   EXPECT_EQ(error, "root element must be <basket>, not <cart>");
 }

@@ -34,7 +34,8 @@ class KELP_API BasketXml {
   /* Writes the basket as a document through `writer` (its declaration
    * included); false with the writer's message when it refuses. */
   static bool write(const Basket& basket, xml::IXMLWriter* writer, std::string* error);
-  /* The document in UTF-8, indented by two. */
+  /* The document in UTF-8 whatever the locale's code set (the records'
+   * texts are UTF-8 and pass unchanged), indented by two. */
   static std::string toString(const Basket& basket);
 };
 
