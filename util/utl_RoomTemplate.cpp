@@ -180,8 +180,7 @@ class Reader : public xml::sax::DefaultHandler {
 
   bool startPlacement(const xml::sax::Attributes& attrs) {
     const std::string where = "placement " + std::to_string(room.placements.size() + 1);
-    if (unknownAttributes(attrs, where,
-                          {"id", "article", "x", "y", "z", "qw", "qx", "qy", "qz"}))
+    if (unknownAttributes(attrs, where, {"id", "article", "x", "y", "z", "qw", "qx", "qy", "qz"}))
       return false;
     RoomPlacement p;
     p.line = line_;
@@ -249,8 +248,8 @@ bool writeRoom(xml::XMLWriterItfWrapper& w, const RoomTemplate& r) {
 }  // namespace
 
 bool RoomPlacement::operator==(const RoomPlacement& o) const {
-  return id == o.id && articleId == o.articleId && choices == o.choices &&
-         position == o.position && rotation == o.rotation;
+  return id == o.id && articleId == o.articleId && choices == o.choices && position == o.position &&
+         rotation == o.rotation;
 }
 
 bool RoomTemplate::operator==(const RoomTemplate& o) const {

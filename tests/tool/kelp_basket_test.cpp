@@ -101,8 +101,8 @@ TEST(KelpBasket, SampleQuoteHasTheAmountsWorkedOutByHand) {
 }
 
 TEST(KelpBasket, QuoteInGermanUsesItsNamesAndNumberForm) {
-  auto r = runKelp(
-      {"basket", "price", "--catalogue", kCatalogue, "--lang", "de", "samples/basket.xml"});
+  auto r =
+      runKelp({"basket", "price", "--catalogue", kCatalogue, "--lang", "de", "samples/basket.xml"});
   ASSERT_EQ(r.status, 0);
   EXPECT_NE(r.out.find("Höhenverstellbarer Schreibtisch"), std::string::npos);
   EXPECT_NE(r.out.find("Platte: Eiche furniert"), std::string::npos);
@@ -162,8 +162,8 @@ TEST(KelpBasket, NewBasketReadsBackAndPricesToZero) {
 }
 
 TEST(KelpRoom, SampleRoomReportsTheCollisionAndGivesItsBasket) {
-  auto r = runKelp({"room", "check", "--catalogue", kCatalogue, "--date", "2026-03-01",
-                    "samples/room.xml"});
+  auto r = runKelp(
+      {"room", "check", "--catalogue", kCatalogue, "--date", "2026-03-01", "samples/room.xml"});
   EXPECT_EQ(r.status, 1);
   EXPECT_NE(r.err.find("samples/room.xml:17: placement 'chair-3': overlaps placement "
                        "'chair-2'\n"),

@@ -252,7 +252,8 @@ TEST(KelpCatalogue, HtmlReport) {
            "<tr><td>EUR</td><td class=\"num\">610.38</td><td class=\"num\">649.00 +4.5 % -10 "
            "%</td></tr>\n",
            "<tr><td>JPY</td><td class=\"num\">59,000</td><td class=\"num\"></td></tr>\n",
-           "<tbody>\n<tr><td>EUR</td><td class=\"num\">6,593.48</td><td class=\"num\">29</td></tr>\n"
+           "<tbody>\n<tr><td>EUR</td><td class=\"num\">6,593.48</td><td "
+           "class=\"num\">29</td></tr>\n"
            "<tr><td>CHF</td><td class=\"num\">2,167.14</td><td class=\"num\">5</td></tr>\n"
            "<tr><td>JPY</td><td class=\"num\">991,465</td><td class=\"num\">29</td></tr>\n"
            "<tr><td>KWD</td><td class=\"num\">2,193.358</td><td class=\"num\">29</td></tr>\n"

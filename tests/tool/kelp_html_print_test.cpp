@@ -27,8 +27,7 @@ bool printToPdf(const TempDir& dir, const std::string& html, const std::string& 
       "timeout 120 chromium --headless --no-sandbox --disable-gpu "
       "--disable-background-networking --disable-component-update --disable-sync "
       "--no-first-run --no-pdf-header-footer --user-data-dir='" +
-      dir.file("profile") + "' --print-to-pdf='" + pdf + "' 'file://" + html +
-      "' >/dev/null 2>&1";
+      dir.file("profile") + "' --print-to-pdf='" + pdf + "' 'file://" + html + "' >/dev/null 2>&1";
   return std::system(command.c_str()) == 0;
 }
 
@@ -62,16 +61,16 @@ class HtmlPrint : public ::testing::Test {
 }  // namespace
 
 TEST_F(HtmlPrint, QuoteTotalsReadBackFromThePdf) {
-  auto r = runKelp({"basket", "price", "--html", "--catalogue", "samples/catalogue.xml",
-                    "samples/basket.xml"});
+  auto r = runKelp(
+      {"basket", "price", "--html", "--catalogue", "samples/catalogue.xml", "samples/basket.xml"});
   ASSERT_EQ(r.status, 0);
   kelp::test::writeFile(dir_.file("quote.html"), r.out);
   ASSERT_TRUE(printToPdf(dir_, dir_.file("quote.html"), dir_.file("quote.pdf")));
   const std::string text = pdfText(dir_, dir_.file("quote.pdf"));
   // The amounts of the sample quote worked out in samples/README.md.
-  for (const char* row : {"Net 3,558.70 EUR", "Tax 662.04 EUR", "Gross 4,220.74 EUR",
-                          "Payable 4,220.74 EUR", "Deposit paid -1,000.00 EUR",
-                          "Due 3,220.74 EUR", "standard 19 % 3,185.25 605.20"})
+  for (const char* row :
+       {"Net 3,558.70 EUR", "Tax 662.04 EUR", "Gross 4,220.74 EUR", "Payable 4,220.74 EUR",
+        "Deposit paid -1,000.00 EUR", "Due 3,220.74 EUR", "standard 19 % 3,185.25 605.20"})
     EXPECT_TRUE(hasRow(text, row)) << row << "\n" << text;
 }
 
@@ -82,8 +81,8 @@ TEST_F(HtmlPrint, CatalogueReportTotalsAndOneArticlePerPage) {
   ASSERT_TRUE(printToPdf(dir_, dir_.file("report.html"), dir_.file("report.pdf")));
   const std::string text = pdfText(dir_, dir_.file("report.pdf"));
   // The totals of the sample catalogue (kelp_catalogue_test derives them).
-  for (const char* row : {"EUR 6,593.48 29", "CHF 2,167.14 5", "JPY 991,465 29",
-                          "KWD 2,193.358 29"})
+  for (const char* row :
+       {"EUR 6,593.48 29", "CHF 2,167.14 5", "JPY 991,465 29", "KWD 2,193.358 29"})
     EXPECT_TRUE(hasRow(text, row)) << row;
   // pdftotext ends every page with a form feed: 29 articles, 29 pages at
   // least.

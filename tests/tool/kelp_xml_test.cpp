@@ -134,10 +134,11 @@ TEST(KelpXml, HelpStartsWithTheUsageLines) {
   for (const char* flag : {"--help", "-h"}) {
     ToolResult r = runKelp({"xml", "format", flag});
     EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.out.rfind("usage: kelp xml check [--html4-entities] [--no-namespaces] [--json] FILE...\n"
-                          "       kelp xml events ",
-                          0),
-              0u);
+    EXPECT_EQ(
+        r.out.rfind("usage: kelp xml check [--html4-entities] [--no-namespaces] [--json] FILE...\n"
+                    "       kelp xml events ",
+                    0),
+        0u);
   }
   ToolResult r = runKelp({"help", "--man"});
   EXPECT_NE(r.out.find(".SH \"KELP XML\"\n"), std::string::npos);

@@ -88,7 +88,7 @@ TEST(RoomTemplate, CheckNamesEachPlacementAtFault) {
   RoomTemplate room;
   room.space = EBounds(EVector3(0, 0, 0), EVector3(4000, 3000, 2500));
   room.placements = {at("DESK", EVector3(0, 0, 0)),
-                     at("CHAIR", EVector3(500, 800, 0)),  // touches the desk's front
+                     at("CHAIR", EVector3(500, 800, 0)),   // touches the desk's front
                      at("CHAIR", EVector3(1200, 700, 0)),  // 100 mm under the desk
                      at("DESK", EVector3(3000, 0, 0)),     // 600 mm beyond the wall
                      at("GONE", EVector3()),
@@ -146,7 +146,8 @@ TEST(RoomTemplate, XmlRoundTripAndRefusals) {
   room.names.set("", "Office");
   room.names.set("de", "Buero");
   room.space = EBounds(EVector3(0, 0, 0), EVector3(6000, 4000, 2800));
-  room.placements = {at("DESK", EVector3(100, 200.5, 0), turnZ(90)), at("CHAIR", EVector3(1, 2, 3))};
+  room.placements = {at("DESK", EVector3(100, 200.5, 0), turnZ(90)),
+                     at("CHAIR", EVector3(1, 2, 3))};
   room.placements[0].id = "desk-1";
   room.placements[1].choices = {{"colour", "blue"}};
   RoomTemplate back;

@@ -49,7 +49,8 @@ constexpr const char kBasketHelp[] =
     "  --html         write the quote as an HTML page to send (inline styles,\n"
     "                 laid out for printing on A4)\n"
     "  --json         write the quote as JSON (format \"kelp-quote/1\", described\n"
-    "                 in " KELP_DOC_DIR "/formats.md); amounts are strings\n"
+    "                 in " KELP_DOC_DIR
+    "/formats.md); amounts are strings\n"
     "\n"
     "A basket that cannot be priced gets no totals: each fault is reported\n"
     "as 'file:line: item 2.1: message' and the exit status is 1.\n"
@@ -285,7 +286,8 @@ QuoteModel makeModel(const Inputs& in, const basket::PriceResult& r,
 std::string quantityText(const QuoteLine& l) {
   // The quantity as read, in the language's decimal form.
   ktz::decimal::decimal128 q;
-  std::string s = util::parseDecimalCString(&q, l.quantity.c_str(), nullptr) ? number(q) : l.quantity;
+  std::string s =
+      util::parseDecimalCString(&q, l.quantity.c_str(), nullptr) ? number(q) : l.quantity;
   if (l.unit != "C62" && !l.unit.empty()) s += " " + l.unit;
   return s;
 }
@@ -369,9 +371,10 @@ class HtmlQuote {
           m_.priceDate +
           (m_.taxCountry.empty() ? std::string() : " &middot; tax country " + esc(m_.taxCountry)) +
           "</p>\n");
-    print("<table class=\"lines\">\n<thead><tr><th>Pos.</th><th>Article</th><th>Name</th>"
-          "<th class=\"num\">Qty</th><th class=\"num\">Unit price</th>"
-          "<th class=\"num\">Line net</th></tr></thead>\n<tbody>\n");
+    print(
+        "<table class=\"lines\">\n<thead><tr><th>Pos.</th><th>Article</th><th>Name</th>"
+        "<th class=\"num\">Qty</th><th class=\"num\">Unit price</th>"
+        "<th class=\"num\">Line net</th></tr></thead>\n<tbody>\n");
     for (const QuoteLine& l : m_.lines) {
       std::string name = esc(l.name);
       for (const auto& [label, value] : l.choices)
@@ -385,16 +388,19 @@ class HtmlQuote {
     }
     print("</tbody>\n</table>\n");
     if (!m_.charges.empty()) {
-      print("<h2>Discounts and charges</h2>\n<table class=\"charges\">\n<thead><tr><th>Line</th>"
-            "<th>Tax class</th><th class=\"num\">Amount</th></tr></thead>\n<tbody>\n");
+      print(
+          "<h2>Discounts and charges</h2>\n<table class=\"charges\">\n<thead><tr><th>Line</th>"
+          "<th>Tax class</th><th class=\"num\">Amount</th></tr></thead>\n<tbody>\n");
       for (const QuoteRow& r : m_.charges)
-        print("<tr><td>" + esc(r.label) + "</td><td>" + esc(r.taxClass) + "</td><td class=\"num\">" +
+        print("<tr><td>" + esc(r.label) + "</td><td>" + esc(r.taxClass) +
+              "</td><td class=\"num\">" +
               (r.kind == basket::CIT_Text ? std::string() : amount(r.amount)) + "</td></tr>\n");
       print("</tbody>\n</table>\n");
     }
     if (!m_.taxes.empty()) {
-      print("<h2>Taxes</h2>\n<table class=\"taxes\">\n<thead><tr><th>Tax class</th><th>Rate</th>"
-            "<th class=\"num\">Net</th><th class=\"num\">Tax</th></tr></thead>\n<tbody>\n");
+      print(
+          "<h2>Taxes</h2>\n<table class=\"taxes\">\n<thead><tr><th>Tax class</th><th>Rate</th>"
+          "<th class=\"num\">Net</th><th class=\"num\">Tax</th></tr></thead>\n<tbody>\n");
       for (const QuoteTax& t : m_.taxes)
         print("<tr><td>" + esc(t.taxClass) + "</td><td>" +
               (t.kind == basket::CIT_UnitTax ? "by weight, item " + t.position : esc(t.rate)) +
@@ -451,8 +457,10 @@ nlohmann::ordered_json quoteJson(const QuoteModel& m) {
     item["choices"] = nlohmann::ordered_json::array();
     for (const auto& [label, value] : l.choices)
       item["choices"].push_back({{"choice", label}, {"value", value}});
-    item["unitPrice"] = l.setHeader ? nlohmann::ordered_json() : nlohmann::ordered_json(jsonAmount(l.unitPrice));
-    item["net"] = l.setHeader ? nlohmann::ordered_json() : nlohmann::ordered_json(jsonAmount(l.net));
+    item["unitPrice"] =
+        l.setHeader ? nlohmann::ordered_json() : nlohmann::ordered_json(jsonAmount(l.unitPrice));
+    item["net"] =
+        l.setHeader ? nlohmann::ordered_json() : nlohmann::ordered_json(jsonAmount(l.net));
     if (!l.tierLabel.empty())
       item["quantityDiscount"] = {{"label", l.tierLabel},
                                   {"base", jsonAmount(l.tierBase)},
@@ -462,11 +470,12 @@ nlohmann::ordered_json quoteJson(const QuoteModel& m) {
   auto rows = [](const std::vector<QuoteRow>& v) {
     nlohmann::ordered_json a = nlohmann::ordered_json::array();
     for (const QuoteRow& r : v)
-      a.push_back({{"kind", basket::calcItemTypeName(r.kind)},
-                   {"label", r.label},
-                   {"taxClass", r.taxClass},
-                   {"amount", r.kind == basket::CIT_Text ? nlohmann::ordered_json()
-                                                         : nlohmann::ordered_json(jsonAmount(r.amount))}});
+      a.push_back(
+          {{"kind", basket::calcItemTypeName(r.kind)},
+           {"label", r.label},
+           {"taxClass", r.taxClass},
+           {"amount", r.kind == basket::CIT_Text ? nlohmann::ordered_json()
+                                                 : nlohmann::ordered_json(jsonAmount(r.amount))}});
     return a;
   };
   j["charges"] = rows(m.charges);
@@ -483,8 +492,8 @@ nlohmann::ordered_json quoteJson(const QuoteModel& m) {
     tax["amount"] = jsonAmount(t.amount);
     j["taxes"].push_back(tax);
   }
-  j["totals"] = {{"net", jsonAmount(m.net)}, {"tax", jsonAmount(m.tax)},
-                 {"gross", jsonAmount(m.gross)}};
+  j["totals"] = {
+      {"net", jsonAmount(m.net)}, {"tax", jsonAmount(m.tax)}, {"gross", jsonAmount(m.gross)}};
   if (m.hasCashRounding) j["totals"]["cashRounding"] = jsonAmount(m.cashRounding);
   j["totals"]["payable"] = jsonAmount(m.payable);
   j["afterPayable"] = rows(m.afterPayable);
@@ -515,8 +524,7 @@ int runPrice(kelp::tool::Invocation& inv) {
   if (!readCatalogue(inv, args.get("catalogue"), in) || !readBasket(inv, args.operands[0], in))
     return kelp::tool::kExitFailed;
   basket::PriceConfiguration cfg = in.basket.configuration;
-  if (args.has("date") && !parseDate(inv, args.get("date"), &cfg.priceDate, &status))
-    return status;
+  if (args.has("date") && !parseDate(inv, args.get("date"), &cfg.priceDate, &status)) return status;
   if (args.has("country")) {
     cfg.taxCountry = args.get("country");
     if (!util::Funcs::isValidCountryCode(cfg.taxCountry))
@@ -585,8 +593,7 @@ int runUpdate(kelp::tool::Invocation& inv) {
        basket::PriceCalculation::checkUpdates(in.basket, in.catalogue.getCatalogue())) {
     const basket::BasketItem* item = in.basket.find(pos);
     std::fprintf(inv.out, "%-6s %-14s %s\n", pos.formatString().c_str(),
-                 item ? item->articleId.c_str() : "",
-                 util::Funcs::tarnUpdateStateToString(state));
+                 item ? item->articleId.c_str() : "", util::Funcs::tarnUpdateStateToString(state));
     invalid = invalid || state == basket::TarnUpdateState::Invalid;
   }
   return invalid ? kelp::tool::kExitFailed : kelp::tool::kExitOk;
@@ -595,10 +602,9 @@ int runUpdate(kelp::tool::Invocation& inv) {
 int runNew(kelp::tool::Invocation& inv) {
   kelp::tool::ParsedArgs args;
   int status = kelp::tool::kExitOk;
-  if (!kelp::tool::parseArgs(inv, 1,
-                             {{"catalogue", true}, {"currency", true}, {"date", true},
-                              {"country", true}},
-                             args, &status) ||
+  if (!kelp::tool::parseArgs(
+          inv, 1, {{"catalogue", true}, {"currency", true}, {"date", true}, {"country", true}},
+          args, &status) ||
       !kelp::tool::checkOperands(inv, args, 0, 0, &status))
     return status;
   if (!args.has("catalogue")) return kelp::tool::usageError(inv, "no --catalogue given");

@@ -22,9 +22,9 @@
 #include <kelp/util/utl_TrStrSet.h>
 #include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/xml_Writer.h>
-#include <nlohmann/json.hpp>
 #include <ktz/ktz_gettext.h>
 #include <vorn/vorn_placeholder.h>
+#include <nlohmann/json.hpp>
 
 #include "kelp_tool.h"
 
@@ -336,7 +336,8 @@ void writeJson(const kelp::tool::Invocation& inv, const basket::CatalogueReader&
   for (const basket::Article& a : c.getArticles()) {
     if (date && !(a.validFrom <= *date && *date <= a.validUntil)) continue;
     std::string name = a.names.get(lang.c_str());
-    if (!a.names.has(lang.c_str()) && a.names.has(c.lang.c_str())) name = a.names.get(c.lang.c_str());
+    if (!a.names.has(lang.c_str()) && a.names.has(c.lang.c_str()))
+      name = a.names.get(c.lang.c_str());
     json article = {{"id", a.id},
                     {"name", name},
                     {"version", a.version.isNull() ? json() : json(a.version.formatString())},
@@ -379,13 +380,10 @@ void writeJson(const kelp::tool::Invocation& inv, const basket::CatalogueReader&
 int runReport(kelp::tool::Invocation& inv) {
   kelp::tool::ParsedArgs args;
   int status = kelp::tool::kExitOk;
-  if (!kelp::tool::parseArgs(inv, 1,
-                             {{"lang", true},
-                              {"html", false},
-                              {"json", false},
-                              {"strict", false},
-                              {"date", true}},
-                             args, &status))
+  if (!kelp::tool::parseArgs(
+          inv, 1,
+          {{"lang", true}, {"html", false}, {"json", false}, {"strict", false}, {"date", true}},
+          args, &status))
     return status;
   if (args.operands.size() != 1)
     return kelp::tool::usageError(inv, args.operands.empty() ? "no catalogue file given"

@@ -99,7 +99,8 @@ int runCheck(kelp::tool::Invocation& inv) {
   Inputs in;
   if (!readInputs(inv, args, in, &status)) return status;
   const auto faults = in.room.check(in.catalogue.getCatalogue(), in.date);
-  for (const basket::RoomFault& f : faults) kelp::tool::reportAt(inv, in.roomFile, f.line, f.message);
+  for (const basket::RoomFault& f : faults)
+    kelp::tool::reportAt(inv, in.roomFile, f.line, f.message);
   if (!faults.empty()) return kelp::tool::kExitFailed;
   std::fprintf(inv.out, "%s: room '%s', %zu placements, no faults\n", in.roomFile.c_str(),
                in.room.id.c_str(), in.room.placements.size());
@@ -126,8 +127,8 @@ int runBasket(kelp::tool::Invocation& inv) {
   b.configuration.taxCountry = args.get("country");
   if (!b.configuration.taxCountry.empty() &&
       !util::Funcs::isValidCountryCode(b.configuration.taxCountry))
-    return kelp::tool::usageError(inv, "'" + b.configuration.taxCountry +
-                                           "' is not a country code");
+    return kelp::tool::usageError(inv,
+                                  "'" + b.configuration.taxCountry + "' is not a country code");
   std::fputs(basket::BasketXml::toString(b).c_str(), inv.out);
   return kelp::tool::kExitOk;
 }
