@@ -3,7 +3,6 @@
 // start from. Reading and pricing are the library's (BasketXml,
 // CatalogueReader, PriceCalculation); the tool lays the quote out.
 #include <algorithm>
-#include <ctime>
 #include <map>
 #include <string>
 #include <vector>
@@ -74,18 +73,7 @@ struct Inputs {
 bool readCatalogue(kelp::tool::Invocation& inv, const std::string& path, Inputs& in) {
   in.catalogue = basket::CatalogueReader(inv.app);
   in.catalogueFile = kelp::tool::displayName(path);
-  std::string data, message;
-  if (!kelp::tool::readInput(path, data, message)) {
-    kelp::tool::reportAt(inv, in.catalogueFile, 0, message);
-    return false;
-  }
-  const bool read = in.catalogue.read(data, in.catalogueFile);
-  for (const basket::CatalogueFault& f : in.catalogue.getFaults())
-    kelp::tool::reportAt(inv, in.catalogueFile, f.line, f.message);
-  if (!read)
-    kelp::tool::reportAt(inv, in.catalogueFile, in.catalogue.getFatalLine(),
-                         in.catalogue.getFatalMessage());
-  return read;
+  return kelp::tool::readCatalogue(inv, path, in.catalogue);
 }
 
 bool readBasket(kelp::tool::Invocation& inv, const std::string& path, Inputs& in) {
@@ -622,10 +610,7 @@ int runNew(kelp::tool::Invocation& inv) {
   if (args.has("date")) {
     if (!parseDate(inv, args.get("date"), &cfg.priceDate, &status)) return status;
   } else {
-    const std::time_t now = std::time(nullptr);
-    std::tm tm{};
-    gmtime_r(&now, &tm);
-    cfg.priceDate = EDate(tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday);
+    cfg.priceDate = kelp::tool::today();
   }
   cfg.taxCountry = args.get("country");
   if (!cfg.taxCountry.empty() && !util::Funcs::isValidCountryCode(cfg.taxCountry))

@@ -1,7 +1,6 @@
 // kelp room: checks a room template against a catalogue (articles, space,
 // collisions) and writes the basket of the room. RoomTemplate does the
 // work; the tool reads the files and reports.
-#include <ctime>
 #include <string>
 
 #include <kelp/util/utl_BasketXml.h>
@@ -57,26 +56,11 @@ bool readInputs(kelp::tool::Invocation& inv, const kelp::tool::ParsedArgs& args,
       return false;
     }
   } else {
-    const std::time_t now = std::time(nullptr);
-    std::tm tm{};
-    gmtime_r(&now, &tm);
-    in.date = EDate(tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday);
-  }
-  const std::string catalogueFile = kelp::tool::displayName(args.get("catalogue"));
-  std::string data, message;
-  if (!kelp::tool::readInput(args.get("catalogue"), data, message)) {
-    kelp::tool::reportAt(inv, catalogueFile, 0, message);
-    return false;
+    in.date = kelp::tool::today();
   }
   in.catalogue = basket::CatalogueReader(inv.app);
-  const bool read = in.catalogue.read(data, catalogueFile);
-  for (const basket::CatalogueFault& f : in.catalogue.getFaults())
-    kelp::tool::reportAt(inv, catalogueFile, f.line, f.message);
-  if (!read) {
-    kelp::tool::reportAt(inv, catalogueFile, in.catalogue.getFatalLine(),
-                         in.catalogue.getFatalMessage());
-    return false;
-  }
+  if (!kelp::tool::readCatalogue(inv, args.get("catalogue"), in.catalogue)) return false;
+  std::string data, message;
   in.roomFile = kelp::tool::displayName(args.operands[0]);
   if (!kelp::tool::readInput(args.operands[0], data, message)) {
     kelp::tool::reportAt(inv, in.roomFile, 0, message);

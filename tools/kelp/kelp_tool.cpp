@@ -9,6 +9,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+
+#include <kelp/util/utl_CatalogueReader.h>
+#include <kelp/util/utl_EDate.h>
 
 namespace kelp::tool {
 
@@ -321,6 +325,28 @@ std::string htmlPageStart(const std::string& lang, const std::string& title) {
          ".article:first-of-type { page-break-before: auto; break-before: auto; }\n"
          "@media print { body { max-width: none; } }\n"
          "</style>\n</head>\n<body>\n";
+}
+
+bool readCatalogue(const Invocation& inv, const std::string& path,
+                   qor::quv::basket::CatalogueReader& reader) {
+  const std::string file = displayName(path);
+  std::string data, message;
+  if (!readInput(path, data, message)) {
+    reportAt(inv, file, 0, message);
+    return false;
+  }
+  const bool read = reader.read(data, file);
+  for (const qor::quv::basket::CatalogueFault& f : reader.getFaults())
+    reportAt(inv, file, f.line, f.message);
+  if (!read) reportAt(inv, file, reader.getFatalLine(), reader.getFatalMessage());
+  return read;
+}
+
+qor::quv::util::EDate today() {
+  const std::time_t now = std::time(nullptr);
+  std::tm tm{};
+  gmtime_r(&now, &tm);
+  return qor::quv::util::EDate(tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday);
 }
 
 }  // namespace kelp::tool

@@ -29,6 +29,13 @@
 
 #include <kelp/host.h>
 
+namespace qor::quv::basket {
+class CatalogueReader;
+}
+namespace qor::quv::util {
+class EDate;
+}
+
 namespace kelp::tool {
 
 enum Exit { kExitOk = 0, kExitFailed = 1, kExitUsage = 2 };
@@ -215,6 +222,16 @@ class GlobalLocale {
  * starting on a new page, totals (table class "totals") set apart. Ends
  * with the opening <body>. */
 std::string htmlPageStart(const std::string& lang, const std::string& title);
+
+/* Reads the catalogue file at path (or standard input for "-") into
+ * reader, reporting its faults as "file:line: message" on err; false (after
+ * the report) when the file cannot be read or the catalogue as a whole is
+ * faulty. */
+bool readCatalogue(const Invocation& inv, const std::string& path,
+                   qor::quv::basket::CatalogueReader& reader);
+
+/* Today's date (UTC). */
+qor::quv::util::EDate today();
 
 /* Parses a whole decimal integer in [min, max]. */
 bool parseInt(const std::string& text, long min, long max, long* out);
