@@ -10,6 +10,8 @@
 #include <zob/zob_io.h>
 #include <pugixml.hpp>
 
+#include <malloc.h>
+
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -19,6 +21,7 @@
 #include <kelp/xml/dom/dom_CharacterData.h>
 #include <kelp/xml/dom/dom_Document.h>
 #include <kelp/xml/dom/dom_Element.h>
+#include <kelp/xml/dom/dom_Text.h>
 #include <kelp/xml/sax/sax_DefaultHandler.h>
 #include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/sax/sax_SimpleXMLReader.h>
@@ -112,10 +115,9 @@ std::size_t kelpWalk(dom::Node* root) {
       case qx::kElementNode: {
         auto* e = static_cast<dom::Element*>(cur);
         sum += e->getTagName().size();
-        for (int i = 0, n = e->getAttributeCount(); i < n; ++i) {
-          dom::Attr* a = e->getAttributeAt(i);
-          sum += a->getName().size() + a->getValue().size();
-        }
+        // By name and value: asking for attribute nodes would make them.
+        for (int i = 0, n = e->getAttributeCount(); i < n; ++i)
+          sum += e->getAttributeName(i).size() + e->getAttributeValue(i).size();
         break;
       }
       case qx::kTextNode:
@@ -305,6 +307,69 @@ void BM_LibXml2Destroy(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * catalogue().size()));
 }
 
+// ---- memory -------------------------------------------------------------------------
+
+// Heap bytes in use (small blocks and mmapped ones).
+std::size_t heapInUse() {
+  struct mallinfo2 m = mallinfo2();
+  return m.uordblks + m.hblkhd;
+}
+
+void countNodes(dom::Node* root, std::size_t* elements, std::size_t* texts,
+                std::size_t* attributes) {
+  for (dom::Node* cur = root;;) {
+    if (cur->getNodeType() == qx::kElementNode) {
+      ++*elements;
+      *attributes += static_cast<std::size_t>(static_cast<dom::Element*>(cur)->getAttributeCount());
+    } else if (cur->getNodeType() == qx::kTextNode) {
+      ++*texts;
+    }
+    if (dom::Node* c = cur->getFirstChild()) {
+      cur = c;
+      continue;
+    }
+    while (cur != root && !cur->getNextSibling()) cur = cur->getParentNode();
+    if (cur == root) return;
+    cur = cur->getNextSibling();
+  }
+}
+
+// What a parsed tree keeps on the heap per byte of input, for each parser,
+// and the sizes of kelp's nodes (with their 16-byte storage header).
+void BM_Memory(benchmark::State& state) {
+  const double in = static_cast<double>(catalogue().size());
+  double kelp = 0, pugi = 0, xml2 = 0;
+  std::size_t elements = 0, texts = 0, attributes = 0;
+  for (auto _ : state) {
+    qx::DomReader reader(nullptr);
+    reader.setFeature(sax::SimpleXMLReader::UseUTF8, true);
+    std::size_t before = heapInUse();
+    zob::Ref<dom::Document> d = kelpParse(reader);
+    kelp = static_cast<double>(heapInUse() - before) / in;
+    countNodes(d.get(), &elements, &texts, &attributes);
+    d.reset();
+    before = heapInUse();
+    auto* p = new pugi::xml_document();
+    p->load_buffer(catalogue().data(), catalogue().size());
+    pugi = static_cast<double>(heapInUse() - before) / in;
+    delete p;
+    before = heapInUse();
+    xmlDocPtr x = xml2Parse();
+    xml2 = static_cast<double>(heapInUse() - before) / in;
+    xmlFreeDoc(x);
+  }
+  state.counters["kelp_B_per_B"] = kelp;
+  state.counters["pugi_B_per_B"] = pugi;
+  state.counters["xml2_B_per_B"] = xml2;
+  state.counters["elements"] = static_cast<double>(elements);
+  state.counters["texts"] = static_cast<double>(texts);
+  state.counters["attributes"] = static_cast<double>(attributes);
+  state.counters["element_B"] = sizeof(dom::Element) + 16;
+  state.counters["text_B"] = sizeof(dom::Text) + 16;
+  state.counters["attr_node_B"] = sizeof(dom::Attr) + 16;
+  state.counters["attr_B"] = 72;  // name, value, node: one slot of the element's array
+}
+
 #define OPTS ->Unit(benchmark::kMillisecond)->MinTime(0.3)
 BENCHMARK(BM_KelpSax) OPTS;
 BENCHMARK(BM_KelpParse) OPTS;
@@ -316,6 +381,7 @@ BENCHMARK(BM_LibXml2Walk) OPTS;
 BENCHMARK(BM_KelpDestroy) OPTS;
 BENCHMARK(BM_PugiDestroy) OPTS;
 BENCHMARK(BM_LibXml2Destroy) OPTS;
+BENCHMARK(BM_Memory)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 }  // namespace
 

@@ -1,7 +1,8 @@
 // Decimal readers: parseDecimalCString and parseDecimalString on arbitrary
 // text, in both widths, with and without an end pointer. Accepted text must
 // round-trip: the scientific text reads back to the same encoding, the
-// classic and locale texts to the same value.
+// classic and locale texts to the same value. A read that says it lost
+// digits had more than 34 of them.
 #include <kelp/util/utl_Decimal.h>
 
 #include <cstdint>
@@ -78,6 +79,31 @@ void roundTrip(const char* text, size_t size, bool local) {
   }
 }
 
+// DecimalExactness after a classic read: a number with at most 34
+// significant digits in range is exact; one reported as having more than
+// 34 digits really has them.
+void exactness(const char* text) {
+  DecimalExactness watch;
+  decimal128 value;
+  const char* end = nullptr;
+  if (!parseDecimalCString(&value, text, &end)) {
+    check(watch.exact());  // nothing read, nothing lost
+    return;
+  }
+  const std::string problem = watch.problem();
+  if (problem != "has more than 34 significant digits") return;
+  // Count the significant digits of the mantissa that was read.
+  size_t digits = 0;
+  bool leading = true;
+  for (const char* p = text; p < end && *p != 'e' && *p != 'E'; ++p) {
+    if (*p < '0' || *p > '9') continue;
+    if (leading && *p == '0') continue;
+    leading = false;
+    ++digits;
+  }
+  check(digits > 34);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -90,6 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string text(reinterpret_cast<const char*>(data), size);
   // Text up to the first NUL is what the readers see.
   const size_t len = text.find('\0') == std::string::npos ? size : text.find('\0');
+  exactness(text.c_str());
   for (bool local : {false, true}) {
     roundTrip<decimal128>(text.c_str(), len, local);
     roundTrip<decimal64>(text.c_str(), len, local);

@@ -705,6 +705,9 @@ class Handler : public sax::DefaultHandler {
     std::string code = attribute(attrs, "currency");
     std::string error;
     ECurrency& base = price_.record.base;
+    // Amounts are exact or a fault: the watch sees a value rounded to 34
+    // digits while it is read.
+    util::DecimalExactness exact;
     for (const char* name : {"valid-from", "valid-until"}) {
       if (attrs.getIndex(name) < 0) continue;
       std::string message = readDate(
@@ -726,6 +729,10 @@ class Handler : public sax::DefaultHandler {
       price_.faulty = true;
     } else if (!base.decodeAttributes(attrs, &error)) {
       fault(line, "price: " + error);
+      price_.faulty = true;
+    } else if (!exact.exact()) {
+      fault(line, "price: attribute 'value' has invalid value '" + attribute(attrs, "value") +
+                      "': it " + exact.problem());
       price_.faulty = true;
     } else if (!base.isFinite()) {
       fault(line, "price: attribute 'value' has invalid value '" + attribute(attrs, "value") + "'");
@@ -764,12 +771,13 @@ class Handler : public sax::DefaultHandler {
     ECurrency percent;
     std::string value = attribute(attrs, "value");
     std::string error;
+    util::DecimalExactness exact;
     if (element == "absolute-discount") {
       // An amount in the price's own currency.
       ECurrency amount;
       const std::string code = price_.record.base.getUnit();
-      if (!amount.decodeAttributes(code.c_str(), value.c_str(), &error) || !amount.isFinite() ||
-          amount.isNegative()) {
+      if (!amount.decodeAttributes(code.c_str(), value.c_str(), &error) || !exact.exact() ||
+          !amount.isFinite() || amount.isNegative()) {
         fault(line,
               element + ": attribute 'value' must be an amount of 0 or more, not '" + value + "'");
         price_.faulty = true;
@@ -780,6 +788,12 @@ class Handler : public sax::DefaultHandler {
     }
     if (!percent.decodeAttributes("%", value.c_str(), &error)) {
       fault(line, element + ": " + error);
+      price_.faulty = true;
+      return;
+    }
+    if (!exact.exact()) {
+      fault(line, element + ": attribute 'value' has invalid value '" + value + "': it " +
+                      exact.problem());
       price_.faulty = true;
       return;
     }
@@ -796,10 +810,13 @@ class Handler : public sax::DefaultHandler {
   void endPrice() {
     PendingPrice& p = price_;
     if (!p.faulty) {
+      util::DecimalExactness exact;
       const ECurrency value = p.record.evaluate();
       const std::string unit = p.record.base.getUnit();
       if (!value.isFinite()) {
         fault(p.line, "price in " + unit + " is out of range");
+      } else if (!exact.exact()) {
+        fault(p.line, "price in " + unit + " cannot be computed exactly: it " + exact.problem());
       } else if (value.isNegative()) {
         fault(p.line, "price in " + unit + " is negative (" +
                           util::formatDecimalCString(

@@ -64,9 +64,23 @@ struct Rt128 {
   static D readLocal(const char* s, const char** end) { return ktzStrToDec128Local(s, end); }
 };
 
+// Rounding on purpose is no loss that DecimalExactness should report: the
+// thread's decimal status is left as the caller had it.
+class KeepStatus {
+ public:
+  KeepStatus() : status_(ktzDecGetStatus()) {}
+  ~KeepStatus() { ktzDecSetStatus(status_); }
+  KeepStatus(const KeepStatus&) = delete;
+  KeepStatus& operator=(const KeepStatus&) = delete;
+
+ private:
+  unsigned status_;
+};
+
 template <class Rt>
 typename Rt::D roundTo(const typename Rt::D& d, int digits, RoundingMode mode) {
   using D = typename Rt::D;
+  const KeepStatus keep;
   if (mode < types::eRoundingExact || mode > types::eRoundingIntegral) return d;
   // Beyond this every scaling saturates anyway; the bound keeps -digits
   // defined.
@@ -308,6 +322,35 @@ bool parseDecimalCString(decimal64* out, const char* s, const char** end) {
 }
 bool parseDecimalCString(decimal128* out, const char* s, const char** end) {
   return parse<Rt128>(out, s, end, false);
+}
+
+DecimalExactness::DecimalExactness() : saved_(ktzDecGetStatus()) {
+  ktzDecSetStatus(0);
+}
+
+DecimalExactness::~DecimalExactness() {
+  ktzDecSetStatus(saved_ | ktzDecGetStatus());
+}
+
+bool DecimalExactness::exact() const {
+  return problem().empty();
+}
+
+void DecimalExactness::reset() {
+  saved_ |= ktzDecGetStatus();
+  ktzDecSetStatus(0);
+}
+
+std::string DecimalExactness::problem() const {
+  using namespace ktz::decimal;
+  const unsigned st = ktzDecGetStatus();
+  // The most telling condition first: an overflow is inexact as well.
+  if (st & kStatusInvalid) return "is not a number";
+  if (st & kStatusDivisionByZero) return "is a division by zero";
+  if (st & kStatusOverflow) return "is too large";
+  if (st & kStatusUnderflow) return "is too close to zero";
+  if (st & kStatusInexact) return "has more than 34 significant digits";
+  return std::string();
 }
 
 }  // namespace qor::quv::util

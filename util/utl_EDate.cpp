@@ -273,19 +273,14 @@ std::string EDate::formatLocalDate() const {
         break;
       }
       case 'Y':
+      case 'y':
+        // Both with the full year: parseLocalDate keeps a two-digit year as
+        // read, so only the full year brings the date back.
         if (!valid) {
           out << "????";
         } else {
           out.width(4);
           out << year;
-        }
-        break;
-      case 'y':
-        if (!valid) {
-          out << "??";
-        } else {
-          out.width(2);
-          out << year % 100;
         }
         break;
       default:

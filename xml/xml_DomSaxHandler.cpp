@@ -89,11 +89,13 @@ bool DomSaxHandler::startElement(const char* uri, const char* localName, const c
     return fail("Multiple document elements.");
   const char* name = nodeName(localName, qName);
   zob::Ref<dom::Element> element = document_->createElement(name);
-  ZResult res = element ? current_->insertBeforeChecked(element.get(), nullptr) : zob::kOutOfMemory;
+  ZResult res = element ? current_->appendHandingOver(element.get()) : zob::kOutOfMemory;
   if (EFAILED(res))
     return fail(std::string("Cannot append element %1: %2") << name << zobStrError(res));
-  if (!setAttributes(element.get(), attributes)) return false;
-  current_ = zob::Ref<dom::Node>::adopt(element.detach());
+  // The tree holds the element now; the handler takes it as current node.
+  dom::Element* e = element.detach();
+  if (!setAttributes(e, attributes)) return false;
+  current_ = zob::Ref<dom::Node>(e);
   return true;
 }
 
@@ -143,9 +145,10 @@ bool DomSaxHandler::characters(const char* text) {
     return true;
   }
   zob::Ref<dom::Text> node = document_->createTextNode(orEmpty(text));
-  ZResult res = node ? current_->insertBeforeChecked(node.get(), nullptr) : zob::kOutOfMemory;
+  ZResult res = node ? current_->appendHandingOver(node.get()) : zob::kOutOfMemory;
   if (EFAILED(res))
     return fail(std::string("Cannot append character data: %1") << zobStrError(res));
+  node.detach();  // the tree's reference now
   return true;
 }
 

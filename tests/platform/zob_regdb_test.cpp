@@ -4,10 +4,12 @@
 #include <zob/zob_mem.h>
 #include <zob/zob_regdb.h>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -507,6 +509,72 @@ TEST_F(RegDb, AFileThatIsNoRegistryIsLeftAlone) {
   int key = 0;
   EXPECT_EQ(reg->openRoot(kCurrentUser, kAccessAll, &key), zob::kCorrupt);
   EXPECT_EQ(integrityCheck(dbFile()), "ok");
+}
+
+// Anything but a regular file at the database's path is no registry, and
+// finding that out never blocks (a FIFO without a writer would).
+TEST_F(RegDb, OnlyARegularFileIsADatabase) {
+  const struct {
+    const char* what;
+    bool (*make)(const std::string& path);
+  } cases[] = {
+      {"FIFO", [](const std::string& p) { return mkfifo(p.c_str(), 0600) == 0; }},
+      {"folder", [](const std::string& p) { return mkdir(p.c_str(), 0700) == 0; }},
+      {"device", [](const std::string& p) { return symlink("/dev/zero", p.c_str()) == 0; }},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    ASSERT_TRUE(c.make(dbFile()));
+    auto reg = makeRegistry();
+    int key = 0;
+    EXPECT_EQ(reg->openRoot(kCurrentUser, kAccessRead, &key), zob::kCorrupt);
+    EXPECT_EQ(reg->openRoot(kCurrentUser, kAccessAll, &key), zob::kCorrupt);
+    ASSERT_EQ(::remove(dbFile().c_str()), 0);
+  }
+}
+
+namespace {
+
+// The folder's entries, sorted.
+std::set<std::string> entries(const std::string& dir) {
+  std::set<std::string> out;
+  if (DIR* d = opendir(dir.c_str())) {
+    while (dirent* e = readdir(d))
+      if (e->d_name[0] != '.') out.insert(e->d_name);
+    closedir(d);
+  }
+  return out;
+}
+
+}  // namespace
+
+// A reader of somebody else's hive (here root reading a file that another
+// user owns; the tool's tests also read as that user) opens it read-only,
+// reads it, and leaves no -wal or -shm file that would lock the owner out.
+TEST_F(RegDb, AnotherUsersHiveIsReadWithoutLeavingFiles) {
+  {
+    auto reg = makeRegistry();
+    Value v = makeInt32(7);
+    ASSERT_EQ(reg->setValue(root(reg.get()), "n", &v), zob::kOk);
+  }
+  const std::set<std::string> before = entries(dir_.path());
+  ASSERT_EQ(before, std::set<std::string>{"current_user.db"});
+  if (chown(dbFile().c_str(), 65534, 65534) != 0) GTEST_SKIP() << "needs to give the file away";
+  {
+    auto reg = makeRegistry();
+    int cu = root(reg.get(), kAccessRead);
+    EXPECT_EQ(readInt(reg.get(), cu, "n"), 7);
+    EXPECT_EQ(entries(dir_.path()), before);  // nothing made while open
+    reg->closeKey(cu);
+  }
+  EXPECT_EQ(entries(dir_.path()), before);
+  // The owner's own reader leaves nothing either.
+  ASSERT_EQ(chown(dbFile().c_str(), geteuid(), getegid()), 0);
+  {
+    auto reg = makeRegistry();
+    EXPECT_EQ(readInt(reg.get(), root(reg.get(), kAccessRead), "n"), 7);
+  }
+  EXPECT_EQ(entries(dir_.path()), before);
 }
 
 // A child writes values in a loop and reports each completed write through

@@ -434,6 +434,20 @@ TEST(KelpCatalogue, EveryKindOfFaultyRecord) {
       {"<article id=\"f27\"><name lang=\"en\">x</name>\n<price currency=\"EUR\" "
        "value=\"9E+6144\">@<surcharge value=\"100\"/></price>\n",
        "article 'f27': price in EUR is out of range"},
+      // Amounts are exact or a fault, never rounded to 34 digits.
+      {"<article id=\"f28\"><name lang=\"en\">x</name>\n<price currency=\"EUR\" "
+       "value=\"1234567890123456789012345678901234567890\"/>@\n",
+       "article 'f28': price: attribute 'value' has invalid value "
+       "'1234567890123456789012345678901234567890': it has more than 34 significant digits"},
+      {"<article id=\"f29\"><name lang=\"en\">x</name>\n<price currency=\"EUR\" value=\"10\">"
+       "<discount value=\"10.00000000000000000000000000000000001\"/>@</price>\n",
+       "article 'f29': discount: attribute 'value' has invalid value "
+       "'10.00000000000000000000000000000000001': it has more than 34 significant digits"},
+      // 33 digits times 1.1001 needs 37.
+      {"<article id=\"f30\"><name lang=\"en\">x</name>\n<price currency=\"EUR\" "
+       "value=\"1234567890123456789012345678901.23\">@<surcharge value=\"10.01\"/></price>\n",
+       "article 'f30': price in EUR cannot be computed exactly: it has more than 34 significant "
+       "digits"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.message);
@@ -564,6 +578,39 @@ TEST(KelpCatalogue, RunsThatFail) {
   EXPECT_EQ(empty.err.rfind("<stdin>:", 0), 0u) << empty.err;
 }
 
+// Totals keep every cent or fail the run, --strict or not.
+TEST(KelpCatalogue, TotalsThatCannotBeExact) {
+  const struct {
+    const char* first;
+    const char* second;
+    const char* problem;
+  } cases[] = {
+      {"9e6144", "9e6144", "is too large"},
+      {"1e34", "0.01", "has more than 34 significant digits"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.problem);
+    TempDir dir;
+    std::string path = writeCatalogue(
+        dir, std::string("<article id=\"a\"><name lang=\"en\">A</name><price currency=\"EUR\" "
+                         "value=\"") +
+                 c.first +
+                 "\"/></article>\n<article id=\"b\"><name lang=\"en\">B</name>"
+                 "<price currency=\"EUR\" value=\"" +
+                 c.second + "\"/></article>\n");
+    for (bool strict : {false, true}) {
+      std::vector<std::string> args{"catalogue", "report", path};
+      if (strict) args.insert(args.begin() + 2, "--strict");
+      auto r = runKelp(args);
+      EXPECT_EQ(r.status, 1);
+      EXPECT_EQ(r.err, std::string("kelp catalogue: the total in EUR cannot be computed: it ") +
+                           c.problem + "\n");
+      EXPECT_EQ(totalsOf(r.out), "totals\n");
+      EXPECT_FALSE(contains(r.out, "infinity"));
+    }
+  }
+}
+
 TEST(KelpCatalogue, StandardInput) {
   auto r = runKelp({"catalogue", "report", "-"}, sampleText());
   EXPECT_EQ(r.status, 0);
@@ -605,4 +652,17 @@ TEST(KelpCatalogue, UsageErrors) {
                            "[--date YYYY-MM-DD]\n",
                            0),
             0u);
+}
+
+// The report holds its input in memory: an endless one ends at 256 MiB
+// with a message, never in an allocation failure.
+TEST(KelpCatalogue, EndlessInputIsBounded) {
+  const std::string limit = kelp::test::memoryLimit(1200000);
+  for (const char* feed : {"head -c 1073741824 /dev/zero", "yes '<a>' | head -c 1073741824"}) {
+    SCOPED_TRACE(feed);
+    auto r = kelp::test::runShell(limit + feed + " | \"$KELP\" catalogue report -");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, "<stdin>: the input is larger than 256 MiB\n");
+  }
 }

@@ -63,3 +63,26 @@ TEST(KelpCmdline, JoinReadsBack) {
   for (const std::string& a : args) expected += a + std::string(1, '\0');
   EXPECT_EQ(split.out, expected);
 }
+
+// An endless input ends at the 2 MiB bound with a message, in bounded
+// memory (the address space is capped where the sanitizers allow it) and
+// time (head cuts the stream).
+TEST(KelpCmdline, EndlessFileIsBounded) {
+  const std::string limit = kelp::test::memoryLimit(400000);
+  const struct {
+    const char* feed;
+    const char* file;
+    const char* name;
+  } cases[] = {
+      {"head -c 1073741824 /dev/zero | ", "-", "<stdin>"},
+      {"yes aaaa | head -c 1073741824 | ", "-", "<stdin>"},
+      {"", "/dev/zero", "/dev/zero"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.file);
+    auto r = kelp::test::runShell(limit + c.feed + "\"$KELP\" cmdline split --file " + c.file);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, std::string(c.name) + ": the input is larger than 2 MiB\n");
+  }
+}

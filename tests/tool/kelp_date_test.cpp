@@ -46,7 +46,9 @@ TEST(KelpDate, ParseAndFormat) {
       {{"date", "format", "soon"}, 2, "", usageText("date", "'soon' is not a date (YYYY-MM-DD)")},
       // The classic locale writes %m/%d/%y.
       {{"date", "pattern"}, 0, "%m/%d/%y\n", ""},
-      {{"date", "format", "--to", "local", "2024-02-29"}, 0, "02/29/24\n", ""},
+      // The full year, so that the local form reads back (not as 0024).
+      {{"date", "format", "--to", "local", "2024-02-29"}, 0, "02/29/2024\n", ""},
+      {{"date", "parse", "--from", "local", "02/29/2024"}, 0, "2024-02-29\n", ""},
   });
 }
 

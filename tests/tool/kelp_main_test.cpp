@@ -3,6 +3,7 @@
 
 #include <cctype>
 
+#include "tool_cases.h"
 #include "tool_runner.h"
 
 using kelp::test::runKelp;
@@ -52,4 +53,45 @@ TEST(KelpMain, ManualPageNamesEveryCommand) {
     }
     line = list.find("\n  ", line + 1);
   }
+}
+
+// Output that cannot be written fails every command with exactly one
+// message, help and version included.
+TEST(KelpMain, UnwritableOutputFailsWithOneMessage) {
+  kelp::test::TempDir dir;
+  const struct {
+    std::vector<std::string> args;
+    const char* who;  // the message's prefix
+  } cases[] = {
+      {{"help"}, "kelp"},
+      {{"--help"}, "kelp"},
+      {{"--version"}, "kelp"},
+      {{"help", "--man"}, "kelp"},
+      {{"help", "xml"}, "kelp"},
+      {{"xml", "--help"}, "kelp xml"},
+      {{"xml", "format", "samples/catalogue.xml"}, "kelp xml"},
+      {{"xml", "events", "samples/catalogue.xml"}, "kelp xml"},
+      {{"xml", "canon", "samples/catalogue.xml"}, "kelp xml"},
+      {{"money", "eval", "1 + 1"}, "kelp money"},
+      {{"date", "format", "2024-02-29"}, "kelp date"},
+      {{"cmdline", "split", "a b"}, "kelp cmdline"},
+      {{"cmdline", "join", "a", "b"}, "kelp cmdline"},
+      {{"uuid", "--help"}, "kelp uuid"},
+      {{"registry", "set", "--dir", dir.path(), "K", "v", "x"}, nullptr},
+      {{"registry", "list", "--dir", dir.path(), "K"}, "kelp registry"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(kelp::test::describe(c.args));
+    auto r = kelp::test::runKelp(c.args, "", {}, "/dev/full");
+    if (!c.who) {  // writes nothing: nothing to fail
+      EXPECT_EQ(r.status, 0) << r.err;
+      continue;
+    }
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, std::string(c.who) + ": cannot write the output\n");
+  }
+  // The manual page into a file, as the build writes it.
+  auto man = kelp::test::runKelp({"help", "--man", "/dev/full"});
+  EXPECT_EQ(man.status, 1);
+  EXPECT_EQ(man.err, "kelp help: cannot write /dev/full: No space left on device\n");
 }

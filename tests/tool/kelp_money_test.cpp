@@ -50,6 +50,8 @@ TEST(KelpMoney, EvalComputesExactly) {
 }
 
 TEST(KelpMoney, EvalFailsOnUndefinedOperations) {
+  const std::string nine = "9" + std::string(6000, '0');
+  const std::string nine144 = "9" + std::string(6144, '0');
   expectCases({
       {{"money", "eval", "100 EUR", "+", "5 USD"},
        1,
@@ -82,7 +84,77 @@ TEST(KelpMoney, EvalFailsOnUndefinedOperations) {
        failed("cannot add 100.00 EUR and 5: 5 is a plain number (write '5 %' for a percentage)")},
       {{"money", "eval", "30 EUR / 0"}, 1, "", failed("division by zero")},
       {{"money", "eval", "30 EUR / 0 EUR"}, 1, "", failed("division by zero")},
-      {{"money", "eval", "9E6000 * 9E6000"}, 1, "", failed("the result is too large")},
+      {{"money", "eval", "9E6000 * 9E6000"},
+       1,
+       "",
+       failed("cannot multiply " + nine + " by " + nine + ": the result is too large")},
+      // Sums and products are exact or fail; they never lose cents.
+      {{"money", "eval", "9e6144 EUR + 9e6144 EUR"},
+       1,
+       "",
+       failed("cannot add " + nine144 + ".00 EUR and " + nine144 +
+              ".00 EUR: the result is too large")},
+      {{"money", "eval", "1e34 EUR + 0.01 EUR + 0.01 EUR"},
+       1,
+       "",
+       failed("cannot add 1" + std::string(34, '0') +
+              ".00 EUR and 0.01 EUR: the result has more than 34 significant digits")},
+      {{"money", "eval", "1e33 + 0.1"},
+       1,
+       "",
+       failed("cannot add 1" + std::string(33, '0') +
+              " and 0.1: the result has more than 34 significant digits")},
+      {{"money", "eval", "7 EUR * 3333333333333333333333333333333333"},
+       1,
+       "",
+       failed("cannot multiply 7.00 EUR by 3333333333333333333333333333333333: the result has "
+              "more than 34 significant digits")},
+      // A quotient is rounded to 34 digits, but must stay in range.
+      {{"money", "eval", "1e6144 / 1e-100"},
+       1,
+       "",
+       failed("cannot divide 1" + std::string(6144, '0') + " by 0." + std::string(99, '0') +
+              "1: the result is too large")},
+      // Exact sums keep every digit: 34 of them.
+      {{"money", "eval", "1e31 EUR + 0.01 EUR + 0.01 EUR"},
+       0,
+       "1" + std::string(31, '0') + ".02 EUR\n",
+       ""},
+  });
+}
+
+// More significant digits than a decimal128 holds are refused, never
+// rounded once on reading and again to the currency's decimals.
+TEST(KelpMoney, RefusesAmountsOfMoreThan34Digits) {
+  const std::string digits36 = "1.00499999999999999999999999999999999";
+  const std::string why = "' has more than 34 significant digits";
+  expectCases({
+      {{"money", "round", digits36 + " EUR"},
+       2,
+       "",
+       usageText("money", "cannot read the amount '" + digits36 +
+                              " EUR': it has more than 34 significant digits")},
+      {{"money", "round", "--decimals", "2", digits36},
+       2,
+       "",
+       usageText("money", "cannot read the amount '" + digits36 +
+                              "': it has more than 34 significant digits")},
+      {{"money", "format", "EUR " + digits36},
+       2,
+       "",
+       usageText("money", "cannot read the amount 'EUR " + digits36 +
+                              "': it has more than 34 significant digits")},
+      {{"money", "eval", digits36 + " EUR + 1 EUR"},
+       2,
+       "",
+       usageText("money", "'" + digits36 + " EUR" + why)},
+      {{"money", "eval", "1 + " + digits36}, 2, "", usageText("money", "'" + digits36 + why)},
+      // 34 digits are exact, and a trailing zero beyond them loses nothing.
+      {{"money", "round", "1.004999999999999999999999999999999 EUR"}, 0, "1.00 EUR\n", ""},
+      {{"money", "eval", "1.0049999999999999999999999999999990 EUR"},
+       0,
+       "1.004999999999999999999999999999999 EUR\n",
+       ""},
   });
 }
 

@@ -1,6 +1,7 @@
 // kelp registry: typed values in a hive kept in a temporary folder, and
 // the failures of missing keys, values and non-empty keys.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <string>
 #include <vector>
@@ -29,6 +30,38 @@ std::string failed(const std::string& message) {
 
 }  // namespace
 
+// Names and values are quoted as `cmdline join` quotes arguments: every
+// listed line splits back into its words, and a line break stays inside
+// its quotes instead of starting a forged line.
+TEST(KelpRegistry, ListQuotesNamesAndValuesAsJoinDoes) {
+  TempDir dir;
+  const std::string forged = "x\nfake (string) = 1";
+  ASSERT_EQ(runKelp(reg(dir, "set", {"A/my key", forged, "v a"})).status, 0);
+  ASSERT_EQ(runKelp(reg(dir, "set", {"A", "it's", "ok"})).status, 0);
+  ASSERT_EQ(runKelp(reg(dir, "set", {"A", "l", "--type", "list", "x", "y z", ""})).status, 0);
+  auto r = runKelp(reg(dir, "list", {"--recursive"}));
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out,
+            "A/\n'A/my key/'\n\"A/it's\" (string) = ok\nA/l (list) = x 'y z' ''\n'A/my key/" +
+                forged + "' (string) = 'v a'\n");
+  auto nulTerminated = [](const std::vector<std::string>& words) {
+    std::string out;
+    for (const std::string& w : words) out += w + '\0';
+    return out;
+  };
+  auto split = runKelp({"cmdline", "split", "--null", "--file", "-"}, r.out);
+  EXPECT_EQ(split.out,
+            nulTerminated({"A/", "A/my key/", "A/it's", "(string)", "=", "ok", "A/l", "(list)", "=",
+                           "x", "y z", "", "A/my key/" + forged, "(string)", "=", "v a"}));
+  // A single quote with a double quote cannot be quoted to read back.
+  ASSERT_EQ(runKelp(reg(dir, "set", {"A", "bad'\"", "ok"})).status, 0);
+  r = runKelp(reg(dir, "list", {"A"}));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out, "'my key/'\n\"it's\" (string) = ok\nl (list) = x 'y z' ''\n");
+  EXPECT_EQ(r.err, failed("1 entry of key A left out: a single quote together with a double "
+                          "quote or a backslash cannot be quoted so that it reads back"));
+}
+
 TEST(KelpRegistry, SetGetListTypedValues) {
   TempDir dir;
   expectCases({
@@ -49,16 +82,15 @@ TEST(KelpRegistry, SetGetListTypedValues) {
       {reg(dir, "get", {"A/B", "items"}), 0, "x\ny z\n", ""},
       {reg(dir, "get", {"A/B", "none"}), 0, "", ""},
       {reg(dir, "list", {"A/B"}), 0,
-       "C/\nflag (int32) = 1\nitems (list) = [\"x\", \"y z\"]\nn32 (int32) = 42\n"
-       "n64 (int64) = -9000000000\nname (string) = \"hello\"\nnone (list) = []\n"
+       "C/\nflag (int32) = 1\nitems (list) = x 'y z'\nn32 (int32) = 42\n"
+       "n64 (int64) = -9000000000\nname (string) = hello\nnone (list) =\n"
        "raw (bytes) = 00ff10\n",
        ""},
-      {reg(dir, "list", {"--recursive", "A/B/C"}), 0, "A/B/C/deep (string) = \"say \\\"hi\\\"\"\n",
-       ""},
+      {reg(dir, "list", {"--recursive", "A/B/C"}), 0, "A/B/C/deep (string) = 'say \"hi\"'\n", ""},
       {reg(dir, "list", {"--recursive"}), 0,
-       "A/\nA/B/\nA/B/C/\nA/B/flag (int32) = 1\nA/B/items (list) = [\"x\", \"y z\"]\n"
-       "A/B/n32 (int32) = 42\nA/B/n64 (int64) = -9000000000\nA/B/name (string) = \"hello\"\n"
-       "A/B/none (list) = []\nA/B/raw (bytes) = 00ff10\nA/B/C/deep (string) = \"say \\\"hi\\\"\"\n",
+       "A/\nA/B/\nA/B/C/\nA/B/flag (int32) = 1\nA/B/items (list) = x 'y z'\n"
+       "A/B/n32 (int32) = 42\nA/B/n64 (int64) = -9000000000\nA/B/name (string) = hello\n"
+       "A/B/none (list) =\nA/B/raw (bytes) = 00ff10\nA/B/C/deep (string) = 'say \"hi\"'\n",
        ""},
       // Overwriting changes the type as well.
       {reg(dir, "set", {"A/B", "name", "--type", "int32", "7"}), 0, "", ""},
@@ -134,4 +166,42 @@ TEST(KelpRegistry, TheEnvironmentNamesTheFolder) {
   auto set = runKelp({"registry", "set", "K", "v", "x"}, "", env);
   EXPECT_EQ(set.status, 0) << set.err;
   EXPECT_EQ(runKelp(reg(dir, "get", {"K", "v"})).out, "x\n");
+}
+
+// Read as another user for real (setpriv to nobody): a hive in a folder and
+// file that user may not write is read read-only, leaves no files behind,
+// and the owner can still write afterwards. A FIFO in place of the file is
+// "data corrupt" at once.
+TEST(KelpRegistry, ReadersOfAHiveTheyMayNotWrite) {
+  TempDir dir;
+  ASSERT_EQ(runKelp(reg(dir, "set", {"A", "v", "hello"})).status, 0);
+  const std::string db = dir.file("current_user.db");
+  ASSERT_EQ(chmod(dir.path().c_str(), 0555), 0);
+  ASSERT_EQ(chmod(db.c_str(), 0444), 0);
+  const std::string asNobody = "setpriv --reuid=65534 --regid=65534 --clear-groups ";
+  if (kelp::test::runShell(asNobody + "\"$KELP\" --version").status != 0) {
+    chmod(dir.path().c_str(), 0700);
+    GTEST_SKIP() << "cannot run the tool as another user here";
+  }
+  auto r = kelp::test::runShell(asNobody + "\"$KELP\" registry get --dir " + dir.path() + " A v");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "hello\n");
+  r = kelp::test::runShell(asNobody + "\"$KELP\" registry list --dir " + dir.path() + " A");
+  EXPECT_EQ(r.out, "v (string) = hello\n");
+  EXPECT_EQ(kelp::test::runShell("ls -A " + dir.path()).out, "current_user.db\n");
+  ASSERT_EQ(chmod(dir.path().c_str(), 0700), 0);
+  ASSERT_EQ(chmod(db.c_str(), 0600), 0);
+  EXPECT_EQ(runKelp(reg(dir, "set", {"A", "v", "again"})).status, 0);
+  EXPECT_EQ(runKelp(reg(dir, "get", {"A", "v"})).out, "again\n");
+
+  TempDir fifoDir;
+  ASSERT_EQ(mkfifo(fifoDir.file("current_user.db").c_str(), 0600), 0);
+  for (const char* op : {"get", "set"}) {
+    SCOPED_TRACE(op);
+    std::vector<std::string> rest{"A", "v"};
+    if (std::string(op) == "set") rest.push_back("x");
+    r = runKelp(reg(fifoDir, op, rest));
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, failed("cannot open the current user's registry: data corrupt"));
+  }
 }

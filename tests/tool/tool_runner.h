@@ -24,11 +24,15 @@ struct ToolResult {
 
 /* Runs `kelp args...` with stdinText on standard input (empty: /dev/null's
  * worth) and env added to the environment. The working directory is the
- * source tree, so samples/... paths work as in the README. */
+ * source tree, so samples/... paths work as in the README. Standard output
+ * goes to stdoutPath when one is given (e.g. "/dev/full"; out is then
+ * empty). */
 inline ToolResult runKelp(const std::vector<std::string>& args, const std::string& stdinText = "",
-                          const std::map<std::string, std::string>& env = {}) {
+                          const std::map<std::string, std::string>& env = {},
+                          const std::string& stdoutPath = "") {
   TempDir dir;
-  std::string in = dir.file("stdin"), out = dir.file("stdout"), err = dir.file("stderr");
+  std::string in = dir.file("stdin"), err = dir.file("stderr");
+  std::string out = stdoutPath.empty() ? dir.file("stdout") : stdoutPath;
   writeFile(in, stdinText);
   pid_t pid = fork();
   if (pid == 0) {
@@ -53,6 +57,53 @@ inline ToolResult runKelp(const std::vector<std::string>& args, const std::strin
     for (std::string& a : copy) argv.push_back(a.data());
     argv.push_back(nullptr);
     execv(tool.c_str(), argv.data());
+    _exit(127);
+  }
+  ToolResult result;
+  int wstatus = 0;
+  if (pid > 0 && waitpid(pid, &wstatus, 0) == pid && WIFEXITED(wstatus))
+    result.status = WEXITSTATUS(wstatus);
+  if (stdoutPath.empty()) result.out = readFile(out);
+  result.err = readFile(err);
+  return result;
+}
+
+/* "ulimit -v KIB; " to cap a script's address space, or "" in sanitizer
+ * builds, whose shadow memory needs terabytes of address space (the
+ * streams fed there are cut by head instead). */
+inline std::string memoryLimit(long kib) {
+#if defined(__SANITIZE_ADDRESS__)
+  (void)kib;
+  return "";
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+  (void)kib;
+  return "";
+#else
+  return "ulimit -v " + std::to_string(kib) + "; ";
+#endif
+#else
+  return "ulimit -v " + std::to_string(kib) + "; ";
+#endif
+}
+
+/* Runs a shell script with $KELP naming the tool, for pipelines such as
+ * `head -c 1G /dev/zero | "$KELP" ...` under `ulimit -v`; the status is
+ * that of the script (-1 when the shell died of a signal). */
+inline ToolResult runShell(const std::string& script) {
+  TempDir dir;
+  std::string out = dir.file("stdout"), err = dir.file("stderr");
+  pid_t pid = fork();
+  if (pid == 0) {
+    int fout = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    int ferr = open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    if (fout < 0 || ferr < 0 || chdir(KELP_SOURCE_DIR) != 0) _exit(127);
+    dup2(fout, 1);
+    dup2(ferr, 2);
+    setenv("LC_ALL", "C", 1);
+    unsetenv("KELP_LOG");
+    setenv("KELP", KELP_TOOL_PATH, 1);
+    execl("/bin/sh", "sh", "-c", script.c_str(), static_cast<char*>(nullptr));
     _exit(127);
   }
   ToolResult result;

@@ -483,3 +483,63 @@ TEST(Decimal, FloatAndDoubleConversion) {
 }
 
 }  // namespace
+
+// Reading and arithmetic either keep every digit or say what they lost;
+// rounding on purpose says nothing.
+TEST(DecimalExactness, TellsExactResultsFromLostDigits) {
+  struct Case {
+    const char* what;
+    decimal128 (*run)();
+    const char* problem;
+  };
+  static const std::string d36 = "1.00499999999999999999999999999999999";
+  const Case cases[] = {
+      {"34 digits read", [] { return d128("1.004999999999999999999999999999999"); }, ""},
+      {"36 digits read",
+       [] {
+         decimal128 d;
+         EXPECT_TRUE(parseDecimalCString(&d, d36.c_str(), nullptr));
+         return d;
+       },
+       "has more than 34 significant digits"},
+      {"a trailing zero beyond 34", [] { return d128("1.0049999999999999999999999999999990"); },
+       ""},
+      {"1E+34 + 0.01", [] { return d128("1E+34") + d128("0.01"); },
+       "has more than 34 significant digits"},
+      {"9E+6144 + 9E+6144", [] { return d128("9E+6144") + d128("9E+6144"); }, "is too large"},
+      {"9E+6144 * 10", [] { return d128("9E+6144") * d128("10"); }, "is too large"},
+      {"1E-6176 / 10", [] { return d128("1E-6176") / d128("10"); }, "is too close to zero"},
+      {"Inf - Inf", [] { return d128("Inf") - d128("Inf"); }, "is not a number"},
+      {"1 / 0", [] { return d128("1") / d128("0"); }, "is a division by zero"},
+      {"exact sum", [] { return d128("1E+31") + d128("0.01"); }, ""},
+      {"rounding on purpose", [] { return roundDecimal(d128("2.345"), 2); }, ""},
+      {"rounding a huge value", [] { return roundMoney(d128("9E+6144"), 2); }, ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    DecimalExactness check;
+    c.run();
+    EXPECT_EQ(check.problem(), c.problem);
+    EXPECT_EQ(check.exact(), *c.problem == '\0');
+  }
+}
+
+TEST(DecimalExactness, NestsAndResets) {
+  ktzDecSetStatus(0);
+  {
+    DecimalExactness outer;
+    (void)(d128("1E+34") + d128("0.01"));
+    {
+      DecimalExactness inner;  // starts clean inside a spoilt outer watch
+      EXPECT_TRUE(inner.exact());
+      (void)(d128("9E+6144") * d128("10"));
+      EXPECT_EQ(inner.problem(), "is too large");
+      inner.reset();
+      EXPECT_TRUE(inner.exact());
+    }
+    // The outer watch sees its own loss and the inner one's.
+    EXPECT_TRUE(ktzDecGetStatus() & ktz::decimal::kStatusOverflow);
+    EXPECT_TRUE(ktzDecGetStatus() & ktz::decimal::kStatusInexact);
+  }
+  ktzDecSetStatus(0);
+}

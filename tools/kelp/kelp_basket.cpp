@@ -79,7 +79,7 @@ bool readCatalogue(kelp::tool::Invocation& inv, const std::string& path, Inputs&
 bool readBasket(kelp::tool::Invocation& inv, const std::string& path, Inputs& in) {
   in.basketFile = kelp::tool::displayName(path);
   std::string data, message;
-  if (!kelp::tool::readInput(path, data, message)) {
+  if (!kelp::tool::readInput(path, data, message, kelp::tool::kMaxCommerceInput)) {
     kelp::tool::reportAt(inv, in.basketFile, 0, message);
     return false;
   }

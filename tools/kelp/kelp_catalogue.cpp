@@ -59,7 +59,10 @@ constexpr const char kCatalogueHelp[] =
     "A price is its base amount with the surcharges and discounts of its\n"
     "<price> element applied in document order, in decimal arithmetic, then\n"
     "rounded half away from zero to the currency's customary decimals (JPY 0,\n"
-    "EUR 2, KWD 3 ...). The totals add the rounded prices.\n"
+    "EUR 2, KWD 3 ...). The totals add the rounded prices. Amounts are exact\n"
+    "or an error: a value of more than 34 significant digits, or a price that\n"
+    "cannot be computed exactly, is a fault of its article; a total that is\n"
+    "too large is reported, left out and ends the run with status 1.\n"
     "\n"
     "  --lang L     the language of names, descriptions and numbers\n"
     "  --html       write an HTML page instead of text: self-contained, amounts\n"
@@ -74,7 +77,7 @@ constexpr const char kCatalogueHelp[] =
     "invalid articles follows at the end. The exit status is 0 all the same,\n"
     "unless --strict is given. Malformed XML, a missing file or a fault in the\n"
     "<catalogue> element itself end the run with 'file:line: message' and\n"
-    "status 1.\n";
+    "status 1, and so does a FILE larger than 256 MiB.\n";
 
 // ---------------------------------------------------------------------------
 // Text helpers.
@@ -166,6 +169,7 @@ std::string articlesCount(const std::string& lang, int n) {
 struct Total {
   ECurrency sum;
   int count = 0;
+  std::string problem;  // why the sum is not exact, "" when it is
 };
 
 class Report {
@@ -183,7 +187,9 @@ class Report {
     locale_->setCatalogLanguages({lang, data.getCatalogue().lang});
   }
 
-  void write() {
+  // False when a total could not be computed exactly: it is reported and
+  // left out of the totals.
+  bool write() {
     const basket::Catalogue& c = data_.getCatalogue();
     std::vector<const basket::Article*> shown;
     for (const basket::Article& a : c.getArticles())
@@ -192,10 +198,14 @@ class Report {
     for (const basket::Article* a : shown) {
       for (const basket::ArticlePrice& p : a->prices) {
         Total& t = totals[p.base.getUnit()];
-        t.sum = t.sum + p.evaluate();
+        const ECurrency value = p.evaluate();
+        util::DecimalExactness exact;
+        t.sum = t.sum + value;
+        if (!exact.exact() && t.problem.empty()) t.problem = exact.problem();
         ++t.count;
       }
     }
+    bool exact = true;
     std::string header = label(lang_, "data version %1, valid %2 to %3, language %4");
     header << c.version.formatString() << c.validFrom.formatString() << c.validUntil.formatString()
            << lang_;
@@ -228,6 +238,11 @@ class Report {
       auto it = totals.find(code);
       if (it == totals.end()) continue;
       const Total& t = it->second;
+      if (!t.problem.empty()) {
+        kelp::tool::failure(inv_, "the total in " + code + " cannot be computed: it " + t.problem);
+        exact = false;
+        continue;
+      }
       if (html_)
         print("<tr><td>" + code + "</td><td class=\"num\">" + amountText(t.sum) +
               "</td><td class=\"num\">" + std::to_string(t.count) + "</td></tr>\n");
@@ -241,6 +256,7 @@ class Report {
     } else if (!leftOut.empty()) {
       print("  " + leftOut + "\n");
     }
+    return exact;
   }
 
  private:
@@ -377,6 +393,10 @@ void writeJson(const kelp::tool::Invocation& inv, const basket::CatalogueReader&
 
 // ---------------------------------------------------------------------------
 
+// The largest catalogue file read: the report holds the whole text (its
+// lines are looked up in it), so an endless input must end somewhere.
+constexpr std::size_t kMaxCatalogue = std::size_t(256) << 20;
+
 int runReport(kelp::tool::Invocation& inv) {
   kelp::tool::ParsedArgs args;
   int status = kelp::tool::kExitOk;
@@ -414,7 +434,7 @@ int runReport(kelp::tool::Invocation& inv) {
   const std::string& path = args.operands[0];
   const std::string file = kelp::tool::displayName(path);
   std::string data, message;
-  if (!kelp::tool::readInput(path, data, message)) {
+  if (!kelp::tool::readInput(path, data, message, kMaxCatalogue)) {
     kelp::tool::reportAt(inv, file, 0, message);
     return kelp::tool::kExitFailed;
   }
@@ -428,11 +448,12 @@ int runReport(kelp::tool::Invocation& inv) {
     return kelp::tool::kExitFailed;
   }
 
+  bool totalled = true;
   if (args.has("json")) {
     writeJson(inv, handler, lang, date ? &*date : nullptr);
   } else {
     kelp::tool::GlobalLocale numbers(kelp::tool::numberLocale(lang));
-    Report(inv, handler, lang, html, date ? &*date : nullptr).write();
+    totalled = Report(inv, handler, lang, html, date ? &*date : nullptr).write();
   }
   const int invalid = handler.getInvalidCount();
   if (invalid > 0) {
@@ -440,7 +461,7 @@ int runReport(kelp::tool::Invocation& inv) {
                  invalid == 1 ? "article" : "articles");
     if (args.has("strict")) return kelp::tool::kExitFailed;
   }
-  return kelp::tool::kExitOk;
+  return totalled ? kelp::tool::kExitOk : kelp::tool::kExitFailed;
 }
 
 int run(kelp::tool::Invocation& inv) {

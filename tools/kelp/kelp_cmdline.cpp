@@ -20,9 +20,22 @@ constexpr const char kCmdlineHelp[] =
     "       kelp cmdline join ARG...\n"
     "\n"
     "split  prints the arguments of the command line TEXT (or of the text of\n"
-    "       FILE, '-' for standard input), one a line. White space separates\n"
-    "       arguments; '...' is literal; \"...\" allows \\\\ and \\\" escapes; a\n"
-    "       backslash outside quotes escapes the next character. With --null\n"
+    "       FILE, '-' for standard input, at most 2 MiB), one a line. It\n"
+    "       follows the library's documented splitting (Funcs::\n"
+    "       splitCommandLine), which is not a shell's:\n"
+    "       - white space separates arguments;\n"
+    "       - at the start of an argument, '...' is literal, and so is \"...\"\n"
+    "         except for \\\\ and \\\"; the argument goes on after the closing\n"
+    "         quote up to the next white space; '' is an empty argument;\n"
+    "       - a quote inside an argument that did not start with one is an\n"
+    "         ordinary character (x'y stays x'y);\n"
+    "       - a backslash outside quotes, and \\\\ or \\\" inside \"...\", adds\n"
+    "         the next character, which is then read once more with its own\n"
+    "         meaning: a\\bc gives abbc; a\\ b gives 'a ' and 'b'; \"x\\\"y\" gives\n"
+    "         x\"y\" (the escaped quote closes the section as well);\n"
+    "       - a quote left open runs to the end of the text.\n"
+    "       The text  a  'b c'd \"\"  gives a, b cd and an empty argument.\n"
+    "       Lines that join writes read back. With --null\n"
     "       every argument ends with a NUL byte instead of a line break, for\n"
     "       arguments that hold line breaks themselves.\n"
     "join   prints one line that split reads back into the ARGs: arguments\n"
@@ -30,10 +43,15 @@ constexpr const char kCmdlineHelp[] =
     "       before arguments that start with '-'.\n"
     "\n"
     "Exit status: 0 on success; 1 when an argument holds a line break and\n"
-    "--null is not given, when FILE cannot be read, or when the ARGs cannot\n"
-    "be written so that they read back unchanged (an argument holding a\n"
-    "single quote together with a double quote or a backslash); 2 on bad\n"
-    "usage.\n";
+    "--null is not given, when FILE cannot be read or is larger than 2 MiB,\n"
+    "or when the ARGs cannot be written so that they read back unchanged (an\n"
+    "argument holding a single quote together with a double quote or a\n"
+    "backslash); 2 on bad usage.\n";
+
+// The longest command line read from a file: the 2 MiB that Linux takes
+// for the arguments of a program by default. The bound keeps an endless
+// input (/dev/zero) from growing without end.
+constexpr std::size_t kMaxLine = std::size_t(2) << 20;
 
 int runSplit(Invocation& inv) {
   ParsedArgs parsed;
@@ -45,7 +63,7 @@ int runSplit(Invocation& inv) {
     if (!kelp::tool::checkOperands(inv, parsed, 0, 0, &status)) return status;
     std::string message;
     const std::string path = parsed.get("file");
-    if (!kelp::tool::readInput(path, line, message)) {
+    if (!kelp::tool::readInput(path, line, message, kMaxLine)) {
       kelp::tool::reportAt(inv, kelp::tool::displayName(path), 0, message);
       return kelp::tool::kExitFailed;
     }

@@ -64,6 +64,22 @@ int runHelp(int argc, char** argv) {
   return kelp::tool::kExitUsage;
 }
 
+// Every way out of the tool passes here: output that could not be written
+// (a full disk, /dev/full, a closed terminal) turns any status into 1, with
+// one message. Commands leave failures of standard output to this check.
+int finish(int status, const char* family) {
+  bool failed = std::fflush(stdout) != 0;
+  failed = std::ferror(stdout) != 0 || failed;
+  // Closing reports what a last buffered write kept to itself.
+  failed = std::fclose(stdout) != 0 || failed;
+  if (!failed) return status;
+  if (family)
+    std::fprintf(stderr, "kelp %s: cannot write the output\n", family);
+  else
+    std::fprintf(stderr, "kelp: cannot write the output\n");
+  return kelp::tool::kExitFailed;
+}
+
 kelp::host::LogLevel logLevelFromEnvironment() {
   const char* level = std::getenv("KELP_LOG");
   static const struct {
@@ -102,11 +118,7 @@ void attachLocale(kelp::host::Application& app) {
   locale->attachTo(app);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  // Number formatting follows the user's locale where a command asks for it.
-  std::setlocale(LC_ALL, "");
+int run(int argc, char** argv, const char** family) {
   if (argc < 2) {
     printUsage(stderr);
     return kelp::tool::kExitUsage;
@@ -125,6 +137,7 @@ int main(int argc, char** argv) {
     Invocation inv;
     inv.family = f;
     inv.args.assign(argv + 2, argv + argc);
+    *family = f->name;
     for (const std::string& a : inv.args) {
       if (a == "--") break;
       if (a == "--help" || a == "-h") {
@@ -138,14 +151,19 @@ int main(int argc, char** argv) {
     attachLocale(*app);
     inv.app = app.get();
     int status = f->run(inv);
-    std::fflush(stdout);
-    if (std::ferror(stdout)) {
-      std::fprintf(stderr, "kelp %s: cannot write the output\n", f->name);
-      return kelp::tool::kExitFailed;
-    }
     app->close();
     return status;
   }
   std::fprintf(stderr, "kelp: '%s' is not a kelp command; see 'kelp --help'\n", argv[1]);
   return kelp::tool::kExitUsage;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Number formatting follows the user's locale where a command asks for it.
+  std::setlocale(LC_ALL, "");
+  const char* family = nullptr;
+  const int status = run(argc, argv, &family);
+  return finish(status, family);
 }

@@ -406,12 +406,22 @@ int runHelpDocument(int argc, char** argv) {
     writeManual(out);
   else
     writeBashCompletion(out);
-  bool ok = std::fflush(out) == 0 && !std::ferror(out);
-  if (pager) ok = pclose(pager) == 0 && ok;
-  if (out != stdout && !pager) ok = std::fclose(out) == 0 && ok;
-  if (!ok) {
-    std::fprintf(stderr, "kelp help: cannot write the %s\n",
-                 manual ? "manual page" : "bash completion");
+  // Standard output is checked once, when the tool exits (one message for
+  // every command); a named file or the pager is checked here.
+  if (out == stdout) return kExitOk;
+  int err = 0;
+  if (std::fflush(out) != 0 || std::ferror(out)) err = errno ? errno : EIO;
+  if (pager) {
+    if (pclose(pager) != 0 && !err) {
+      std::fprintf(stderr, "kelp help: the manual viewer failed\n");
+      return kExitFailed;
+    }
+  } else if (std::fclose(out) != 0 && !err) {
+    err = errno;
+  }
+  if (err) {
+    std::fprintf(stderr, "kelp help: cannot write %s: %s\n",
+                 pager ? "to the manual viewer" : argv[3], std::strerror(err));
     return kExitFailed;
   }
   return kExitOk;

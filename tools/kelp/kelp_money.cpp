@@ -33,7 +33,8 @@ constexpr const char kMoneyHelp[] =
     "Computes with money amounts in decimal arithmetic. An AMOUNT is a number\n"
     "and a currency code of three capital letters in either order ('12.50 EUR',\n"
     "'EUR 12.50'), or a percentage ('10 %'); numbers are written with a '.'\n"
-    "as decimal point whatever the locale.\n"
+    "as decimal point whatever the locale. Amounts and numbers hold at most\n"
+    "34 significant digits; a longer one is refused, not rounded.\n"
     "\n"
     "eval     evaluates an expression of amounts, percentages and plain numbers\n"
     "         with + - * / and parentheses (* and / bind first). The words may\n"
@@ -43,9 +44,13 @@ constexpr const char kMoneyHelp[] =
     "         is that share of it; an amount divided by a percentage is the\n"
     "         base of which it is that share; an amount divided by an amount of\n"
     "         the same currency is a percentage. Amounts of different\n"
-    "         currencies, and other undefined combinations, fail. The result is\n"
-    "         exact, written with at least the currency's customary decimals;\n"
-    "         --round (or --mode, --decimals) rounds it as 'round' does.\n"
+    "         currencies, and other undefined combinations, fail. Sums,\n"
+    "         differences and products are exact: one that would need more\n"
+    "         than 34 significant digits (1E+34 + 0.01), or that is too large,\n"
+    "         fails rather than lose digits; a quotient is rounded to 34\n"
+    "         significant digits. The result is written with at least the\n"
+    "         currency's customary decimals; --round (or --mode, --decimals)\n"
+    "         rounds it as 'round' does.\n"
     "round    rounds an amount to the currency's customary decimals (JPY 0,\n"
     "         EUR 2, KWD 3, CLF 4; units that are not money, such as XAU, stay\n"
     "         as they are) or to N decimals (a negative N rounds to tens,\n"
@@ -68,8 +73,9 @@ constexpr const char kMoneyHelp[] =
     "The modes may also be given by their numbers 1 (none) to 9 (integral).\n"
     "\n"
     "Exit status: 0 with the result on standard output; 1 when the operation\n"
-    "is undefined (different currencies, division by zero, overflow) or the\n"
-    "locale is not installed; 2 when an argument cannot be read.\n";
+    "is undefined (different currencies, division by zero, a result too\n"
+    "large or not exact) or the locale is not installed; 2 when an argument\n"
+    "cannot be read (also a number of more than 34 significant digits).\n";
 
 const struct {
   const char* name;
@@ -121,8 +127,7 @@ std::string exactText(const Value& v) {
   return Funcs::format(v.money, -1);
 }
 
-// Reads one whole operand: an amount, a percentage or a plain number.
-bool parseValue(const std::string& text, Value* out) {
+bool readValue(const std::string& text, Value* out) {
   ECurrency money;
   if (money.parseString(text.c_str(), nullptr)) {
     if (!money.isFinite()) return false;
@@ -136,6 +141,16 @@ bool parseValue(const std::string& text, Value* out) {
     out->number = d;
     return true;
   }
+  return false;
+}
+
+// Reads one whole operand: an amount, a percentage or a plain number. A
+// number that decimal128 cannot hold exactly is refused with *why.
+bool parseValue(const std::string& text, Value* out, std::string* why) {
+  qor::quv::util::DecimalExactness exact;
+  if (!readValue(text, out)) return false;
+  if (exact.exact()) return true;
+  *why = ": it " + exact.problem();
   return false;
 }
 
@@ -267,17 +282,21 @@ class Evaluator {
     // An amount or percentage first: "100 EUR" also starts with a number.
     const char* end = p_;
     ECurrency money;
+    qor::quv::util::DecimalExactness exact;
     if (money.parseString(p_, &end)) {
       if (!money.isFinite()) return usage("'" + std::string(p_, end) + "' is not a finite amount");
+      if (!exact.exact()) return usage("'" + std::string(p_, end) + "' " + exact.problem());
       out->plain = false;
       out->money = money;
       p_ = end;
       return true;
     }
     decimal128 d;
+    exact.reset();
     if (qor::quv::util::parseDecimalCString(&d, p_, &end)) {
       if (!ktzDec128IsFinite(d))
         return usage("'" + std::string(p_, end) + "' is not a finite number");
+      if (!exact.exact()) return usage("'" + std::string(p_, end) + "' " + exact.problem());
       out->plain = true;
       out->number = d;
       p_ = end;
@@ -296,12 +315,13 @@ class Evaluator {
   }
 
   bool add(Value* a, const Value& b, bool subtract) {
-    if (a->plain && b.plain) {
-      a->number = subtract ? a->number - b.number : a->number + b.number;
-      return true;
-    }
     std::string what = subtract ? "cannot subtract " + exactText(b) + " from " + exactText(*a)
                                 : "cannot add " + exactText(*a) + " and " + exactText(b);
+    qor::quv::util::DecimalExactness exact;
+    if (a->plain && b.plain) {
+      a->number = subtract ? a->number - b.number : a->number + b.number;
+      return exact.exact() || fail(what + ": the result " + exact.problem());
+    }
     if (a->plain || b.plain) {
       std::string number = exactText(a->plain ? *a : b);
       return fail(what + ": " + number + " is a plain number (write '" + number +
@@ -313,39 +333,52 @@ class Evaluator {
         return fail(what + ": the currencies differ");
       return fail(what + ": the result is not a number");
     }
+    if (!exact.exact()) return fail(what + ": the result " + exact.problem());
     a->money = r;
     return true;
   }
 
   bool multiply(Value* a, const Value& b) {
+    const std::string what = "cannot multiply " + exactText(*a) + " by " + exactText(b);
+    qor::quv::util::DecimalExactness exact;
     if (a->plain && b.plain) {
       a->number = a->number * b.number;
-      return true;
+      return exact.exact() || fail(what + ": the result " + exact.problem());
     }
     if (a->plain || b.plain) {
       a->money = a->plain ? a->number * b.money : a->money * b.number;
       a->plain = false;
-      return true;
+      return exact.exact() || fail(what + ": the result " + exact.problem());
     }
     ECurrency r = a->money * b.money;
-    if (r.isInvalid())
-      return fail("cannot multiply " + exactText(*a) + " by " + exactText(b) +
-                  ": only an amount times a percentage is defined");
+    if (r.isInvalid()) return fail(what + ": only an amount times a percentage is defined");
+    if (!exact.exact()) return fail(what + ": the result " + exact.problem());
     a->money = r;
     return true;
   }
 
+  // A quotient is rounded to 34 digits (1/3 has no end), but one that
+  // leaves the range is an error.
+  bool divided(const Value& a, const Value& b, const qor::quv::util::DecimalExactness& exact) {
+    if (!(ktzDecGetStatus() & (ktz::decimal::kStatusOverflow | ktz::decimal::kStatusUnderflow)))
+      return true;
+    return fail("cannot divide " + exactText(a) + " by " + exactText(b) + ": the result " +
+                exact.problem());
+  }
+
   bool divide(Value* a, const Value& b) {
     if (isZero(b)) return fail("division by zero");
+    const Value dividend = *a;
+    qor::quv::util::DecimalExactness exact;
     if (a->plain && b.plain) {
       a->number = a->number / b.number;
-      return true;
+      return divided(dividend, b, exact);
     }
     if (a->plain)
       return fail("cannot divide the plain number " + exactText(*a) + " by " + exactText(b));
     if (b.plain) {
       a->money = a->money / b.number;
-      return true;
+      return divided(dividend, b, exact);
     }
     ECurrency r = a->money / b.money;
     if (r.isInvalid()) {
@@ -354,6 +387,7 @@ class Evaluator {
       if (b.money.isAbsolute()) return fail(what + ": the currencies differ");
       return fail(what + ": the result is not a number");
     }
+    if (!divided(*a, b, exact)) return false;
     a->money = r;
     return true;
   }
@@ -394,8 +428,9 @@ int runRound(Invocation& inv) {
   Rounding rounding;
   if (!parseRounding(inv, parsed, &rounding, &status)) return status;
   Value value;
-  if (!parseValue(parsed.operands[0], &value))
-    return kelp::tool::usageError(inv, "cannot read the amount '" + parsed.operands[0] + "'");
+  std::string why;
+  if (!parseValue(parsed.operands[0], &value, &why))
+    return kelp::tool::usageError(inv, "cannot read the amount '" + parsed.operands[0] + "'" + why);
   if (value.plain && !rounding.haveDecimals)
     return kelp::tool::usageError(inv, "a plain number needs --decimals");
   std::fprintf(inv.out, "%s\n", roundedText(value, rounding).c_str());
@@ -437,8 +472,9 @@ int runFormat(Invocation& inv) {
                                            parsed.get("extra-decimals") + "'");
   // Read in the classic notation before the locale changes.
   Value value;
-  if (!parseValue(parsed.operands[0], &value))
-    return kelp::tool::usageError(inv, "cannot read the amount '" + parsed.operands[0] + "'");
+  std::string why;
+  if (!parseValue(parsed.operands[0], &value, &why))
+    return kelp::tool::usageError(inv, "cannot read the amount '" + parsed.operands[0] + "'" + why);
   std::locale locale;
   if (!chooseLocale(parsed, &locale))
     return kelp::tool::failure(inv, "the locale '" + parsed.get("locale") + "' is not installed");

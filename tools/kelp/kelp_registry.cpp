@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include <kelp/util/utl_Funcs.h>
 #include <kelp/util/utl_RegNode.h>
 #include <kelp/util/utl_Registry.h>
 #include <zob/zob_regdb.h>
@@ -23,6 +24,7 @@ namespace {
 using kelp::tool::Invocation;
 using kelp::tool::OptionSpec;
 using kelp::tool::ParsedArgs;
+using qor::quv::util::Funcs;
 using qor::quv::util::Registry;
 using qor::quv::util::RegNode;
 namespace regdb = zob::regdb;
@@ -48,13 +50,21 @@ constexpr const char kRegistryHelp[] =
     "        empty list); other types take one VALUE. Write '--' before a\n"
     "        VALUE that starts with '-' and a letter.\n"
     "list    prints the subkeys of KEY (the root by default) as 'NAME/' and\n"
-    "        its values as 'NAME (TYPE) = VALUE', strings quoted; with\n"
-    "        --recursive the subkeys' contents too, with their paths.\n"
+    "        its values as 'NAME (TYPE) = VALUE' (a list has one VALUE for\n"
+    "        each item, none when empty); with --recursive the subkeys'\n"
+    "        contents too, with their paths. Names and values are quoted as\n"
+    "        'kelp cmdline join' quotes arguments ('my key/', 'a b', \"it's\"),\n"
+    "        so that 'kelp cmdline split' reads every line back into its\n"
+    "        words; a line break in a name or value stays inside its quotes\n"
+    "        and never starts a line of its own. An entry that cannot be\n"
+    "        quoted so (a single quote together with a double quote or a\n"
+    "        backslash) is left out and reported.\n"
     "delete  deletes the value NAME of KEY, or without NAME the key KEY with\n"
     "        its values; a key with subkeys needs --recursive.\n"
     "\n"
     "Exit status: 0 on success; 1 when a key or value is missing, a key is\n"
-    "not empty, or the hive cannot be read or written; 2 on bad usage.\n";
+    "not empty, an entry cannot be listed, or the hive cannot be read or\n"
+    "written; 2 on bad usage.\n";
 
 const std::vector<OptionSpec> kHiveOptions = {{"dir", true}, {"machine", false}};
 
@@ -177,28 +187,6 @@ std::string hex(const unsigned char* data, std::size_t size) {
   return out;
 }
 
-std::string quoted(const char* s) {
-  std::string out = "\"";
-  for (const char* p = s; *p; ++p) {
-    unsigned char c = static_cast<unsigned char>(*p);
-    if (c == '"' || c == '\\') {
-      out += '\\';
-      out += *p;
-    } else if (c == '\n') {
-      out += "\\n";
-    } else if (c == '\t') {
-      out += "\\t";
-    } else if (c < 0x20 || c == 0x7f) {
-      char esc[8];
-      std::snprintf(esc, sizeof esc, "\\x%02x", c);
-      out += esc;
-    } else {
-      out += *p;
-    }
-  }
-  return out + "\"";
-}
-
 const char* typeName(regdb::ValueType type) {
   switch (type) {
     case regdb::kTypeBytes:
@@ -215,32 +203,41 @@ const char* typeName(regdb::ValueType type) {
   return "unknown";
 }
 
-// The value as `get` prints it (plain) or as `list` does (typed, quoted).
-std::string valueText(const regdb::Value& v, bool listed) {
+// The value as words: one for each item of a list, else one.
+std::vector<std::string> valueWords(const regdb::Value& v) {
   switch (v.type) {
     case regdb::kTypeBytes:
-      return hex(v.u.bytes.data, v.u.bytes.length);
+      return {hex(v.u.bytes.data, v.u.bytes.length)};
     case regdb::kTypeInt32:
-      return std::to_string(v.u.i32);
+      return {std::to_string(v.u.i32)};
     case regdb::kTypeInt64:
-      return std::to_string(v.u.i64);
+      return {std::to_string(v.u.i64)};
     case regdb::kTypeString:
-      return listed ? quoted(v.u.str) : std::string(v.u.str);
-    case regdb::kTypeStringList: {
-      std::string out = listed ? "[" : "";
-      for (std::uint32_t i = 0; i < v.u.list.length; ++i) {
-        if (listed)
-          out += (i ? ", " : "") + quoted(v.u.list.buffer[i]);
-        else
-          out += std::string(v.u.list.buffer[i]) + "\n";
-      }
-      if (listed) return out + "]";
-      // A list prints one item a line; the caller adds the last line break.
-      if (!out.empty()) out.pop_back();
-      return out;
-    }
+      return {v.u.str};
+    case regdb::kTypeStringList:
+      return std::vector<std::string>(v.u.list.buffer, v.u.list.buffer + v.u.list.length);
   }
-  return "";
+  return {};
+}
+
+// The value as `get` prints it: a list one item a line (the caller adds
+// the last line break).
+std::string valueText(const regdb::Value& v) {
+  std::string out;
+  for (const std::string& word : valueWords(v)) out += (out.empty() ? "" : "\n") + word;
+  return out;
+}
+
+// One line of `list`: the words quoted by the library's command-line
+// rules, so that a name or value can never pass for a line of its own.
+// False when the quoting would not read back as the same words.
+bool listLine(const Invocation& inv, const std::vector<std::string>& words) {
+  const std::string line = Funcs::joinCommandLine(words);
+  std::vector<std::string> back;
+  Funcs::splitCommandLine(line, &back);
+  if (back != words) return false;
+  std::fprintf(inv.out, "%s\n", line.c_str());
+  return true;
 }
 
 // Fetches a value through the database of an open node.
@@ -284,7 +281,7 @@ int runGet(Invocation& inv) {
                                "no value '" + name + "' in key '" + joinKey(key, key.size()) + "'");
   if (EFAILED(r))
     return kelp::tool::failure(inv, "cannot read value '" + name + "': " + zobStrError(r));
-  std::string text = valueText(v, false);
+  std::string text = valueText(v);
   bool emptyList = v.type == regdb::kTypeStringList && v.u.list.length == 0;
   zobRegFreeValue(&v);
   if (!emptyList) std::fprintf(inv.out, "%s\n", text.c_str());
@@ -361,25 +358,39 @@ int runSet(Invocation& inv) {
   return kelp::tool::kExitOk;
 }
 
+// Lists one key (and with `recursive` its subkeys); an entry that cannot
+// be listed is reported, left out, and clears *complete.
 bool listKey(Invocation& inv, const RegNode& node, const std::string& prefix, bool recursive,
-             int* status) {
+             int* status, bool* complete) {
   std::list<std::string> keys, values;
   if (!node.listNodes(&keys) || !node.listValues(&values)) {
     *status = kelp::tool::failure(inv, "cannot list key '" + node.getPath() + "'");
     return false;
   }
-  for (const std::string& k : keys) std::fprintf(inv.out, "%s%s/\n", prefix.c_str(), k.c_str());
+  int unlisted = 0;
+  for (const std::string& k : keys)
+    if (!listLine(inv, {prefix + k + "/"})) ++unlisted;
   for (const std::string& name : values) {
     regdb::Value v{};
     ZResult r = fetch(node, name, &v);
     if (EFAILED(r)) {
-      *status = kelp::tool::failure(inv, "cannot read value '" + name + "': " + zobStrError(r));
+      *status = kelp::tool::failure(
+          inv, "cannot read value " + Funcs::joinCommandLine({name}) + ": " + zobStrError(r));
       return false;
     }
-    std::fprintf(inv.out, "%s%s (%s) = %s\n", prefix.c_str(), name.c_str(), typeName(v.type),
-                 valueText(v, true).c_str());
+    std::vector<std::string> words{prefix + name, std::string("(") + typeName(v.type) + ")", "="};
+    for (std::string& w : valueWords(v)) words.push_back(std::move(w));
     zobRegFreeValue(&v);
+    if (!listLine(inv, words)) ++unlisted;
   }
+  // The path as given (a child's node path starts with the root's "/").
+  const std::string keyPath = prefix.empty() ? node.getPath() : prefix.substr(0, prefix.size() - 1);
+  if (unlisted > 0)
+    kelp::tool::failure(inv, std::to_string(unlisted) + (unlisted == 1 ? " entry" : " entries") +
+                                 " of key " + Funcs::joinCommandLine({keyPath}) +
+                                 " left out: a single quote together with a double quote or a "
+                                 "backslash cannot be quoted so that it reads back");
+  *complete = *complete && unlisted == 0;
   if (!recursive) return true;
   for (const std::string& k : keys) {
     RegNode child = node.open(k.c_str());
@@ -387,7 +398,7 @@ bool listKey(Invocation& inv, const RegNode& node, const std::string& prefix, bo
       *status = kelp::tool::failure(inv, "cannot open key '" + prefix + k + "'");
       return false;
     }
-    if (!listKey(inv, child, prefix + k + "/", true, status)) return false;
+    if (!listKey(inv, child, prefix + k + "/", true, status, complete)) return false;
   }
   return true;
 }
@@ -410,8 +421,9 @@ int runList(Invocation& inv) {
   }
   std::string prefix = key.empty() ? "" : joinKey(key, key.size()) + "/";
   if (!parsed.has("recursive")) prefix.clear();
-  return listKey(inv, node, prefix, parsed.has("recursive"), &status) ? kelp::tool::kExitOk
-                                                                      : status;
+  bool complete = true;
+  if (!listKey(inv, node, prefix, parsed.has("recursive"), &status, &complete)) return status;
+  return complete ? kelp::tool::kExitOk : kelp::tool::kExitFailed;
 }
 
 int runDelete(Invocation& inv) {

@@ -62,7 +62,7 @@ bool readInputs(kelp::tool::Invocation& inv, const kelp::tool::ParsedArgs& args,
   if (!kelp::tool::readCatalogue(inv, args.get("catalogue"), in.catalogue)) return false;
   std::string data, message;
   in.roomFile = kelp::tool::displayName(args.operands[0]);
-  if (!kelp::tool::readInput(args.operands[0], data, message)) {
+  if (!kelp::tool::readInput(args.operands[0], data, message, kelp::tool::kMaxCommerceInput)) {
     kelp::tool::reportAt(inv, in.roomFile, 0, message);
     return false;
   }

@@ -108,35 +108,47 @@ bool parseArgs(const Invocation& inv, std::size_t first, const std::vector<Optio
   return true;
 }
 
-bool readInput(const std::string& path, std::string& data, std::string& message) {
+bool readInput(const std::string& path, std::string& data, std::string& message,
+               std::size_t limit) {
   data.clear();
-  if (path == "-") {
-    char buffer[65536];
-    std::size_t n;
-    while ((n = std::fread(buffer, 1, sizeof buffer, stdin)) > 0) data.append(buffer, n);
-    if (std::ferror(stdin)) {
-      message = std::string("cannot read: ") + std::strerror(errno);
-      return false;
-    }
-    return true;
-  }
-  std::FILE* f = std::fopen(path.c_str(), "rb");
+  std::FILE* f = path == "-" ? stdin : std::fopen(path.c_str(), "rb");
   if (!f) {
     message = std::string("cannot open: ") + std::strerror(errno);
     return false;
   }
+  // Stop at the first block that would pass the limit: an endless stream
+  // (/dev/zero, a pipe that never closes) ends here, not in memory.
   char buffer[65536];
   std::size_t n;
-  while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0) data.append(buffer, n);
-  bool failed = std::ferror(f) != 0;
-  int error = errno;
-  std::fclose(f);
+  bool tooLarge = false;
+  while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0) {
+    if (n > limit - data.size()) {
+      tooLarge = true;
+      break;
+    }
+    data.append(buffer, n);
+  }
+  const bool failed = !tooLarge && std::ferror(f) != 0;
+  const int error = errno;
+  if (f != stdin) std::fclose(f);
+  if (tooLarge) {
+    data.clear();
+    data.shrink_to_fit();
+    message = "the input is larger than " + sizeText(limit);
+    return false;
+  }
   if (failed) {
     // A folder opens but does not read.
     message = std::string("cannot read: ") + std::strerror(error);
     return false;
   }
   return true;
+}
+
+std::string sizeText(std::size_t bytes) {
+  constexpr std::size_t kMiB = std::size_t(1) << 20;
+  if (bytes % kMiB == 0) return std::to_string(bytes / kMiB) + " MiB";
+  return std::to_string(bytes) + " bytes";
 }
 
 std::string displayName(const std::string& path) {
@@ -331,7 +343,7 @@ bool readCatalogue(const Invocation& inv, const std::string& path,
                    qor::quv::basket::CatalogueReader& reader) {
   const std::string file = displayName(path);
   std::string data, message;
-  if (!readInput(path, data, message)) {
+  if (!readInput(path, data, message, kMaxCommerceInput)) {
     reportAt(inv, file, 0, message);
     return false;
   }

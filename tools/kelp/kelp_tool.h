@@ -99,9 +99,17 @@ struct ParsedArgs {
 bool parseArgs(const Invocation& inv, std::size_t first, const std::vector<OptionSpec>& specs,
                ParsedArgs& parsed, int* status);
 
-/* Reads a whole file, or standard input for "-". On failure, message says
- * why ("cannot open: No such file or directory"). */
-bool readInput(const std::string& path, std::string& data, std::string& message);
+/* Reads a whole file, or standard input for "-", of at most `limit` bytes.
+ * On failure, message says why ("cannot open: No such file or directory",
+ * "the input is larger than 2 MiB"); an endless input stops at the limit. */
+bool readInput(const std::string& path, std::string& data, std::string& message, std::size_t limit);
+
+/* The largest catalogue, basket or room template the commerce commands
+ * read whole (they are held in memory with their records). */
+constexpr std::size_t kMaxCommerceInput = std::size_t(256) << 20;
+
+/* "2 MiB" for whole mebibytes, else "N bytes". */
+std::string sizeText(std::size_t bytes);
 
 /* The name used for an input in messages: the path, or "<stdin>" for "-". */
 std::string displayName(const std::string& path);

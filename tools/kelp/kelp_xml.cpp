@@ -168,6 +168,9 @@ Diagnostic failureOf(const std::string& path, const tool::StreamInput& in,
 void reportFailure(const tool::Invocation& inv, const std::string& path,
                    const tool::StreamInput& in, const std::string& systemId, long line,
                    const std::string& message) {
+  // A handler that stopped because standard output failed: the tool
+  // reports that once, as it exits.
+  if (std::ferror(inv.out)) return;
   const Diagnostic d = failureOf(path, in, systemId, line, message);
   tool::reportAt(inv, d.file, d.line, d.message);
 }
@@ -194,11 +197,10 @@ bool parseFile(const tool::Invocation& inv, const std::string& path, sax::Simple
   in.finish();
   reader.setErrorHandler(nullptr);
   if (ok && in.error().empty()) return true;
-  Diagnostic d = failureOf(path, in, errors.systemId, errors.line, errors.message);
   if (diagnostic)
-    *diagnostic = d;
+    *diagnostic = failureOf(path, in, errors.systemId, errors.line, errors.message);
   else
-    tool::reportAt(inv, d.file, d.line, d.message);
+    reportFailure(inv, path, in, errors.systemId, errors.line, errors.message);
   return false;
 }
 
@@ -574,6 +576,8 @@ int runFormat(tool::Invocation& inv) {
   std::string why;
   bool ok = writeTree(*writer, doc->getDocumentElement(), &why);
   ZResult closed = writer->close();
+  // A failed standard output is reported once, as the tool exits.
+  if (std::ferror(inv.out)) return tool::kExitFailed;
   if (!ok) return tool::failure(inv, why);
   if (EFAILED(closed)) return tool::failure(inv, "cannot write the output");
   return tool::kExitOk;

@@ -3,6 +3,7 @@
 #include <kelp/xml/dom/dom_Attr.h>
 
 #include <new>
+#include <utility>
 
 #include <kelp/xml/dom/dom_Element.h>
 
@@ -10,11 +11,8 @@
 
 namespace qor::quv::xml::dom {
 
-Attr::Attr(const util::WeakRefBase& document, const std::string& name, const std::string& value)
-    : Node(document), name_(name), value_(value) {}
-
-Attr::Attr(const util::WeakRefBase& document, const char* name, const char* value)
-    : Node(document), name_(name), value_(value) {}
+Attr::Attr(util::WeakRefData* document, std::string name, std::string value)
+    : Node(document), name_(std::move(name)), value_(std::move(value)) {}
 
 Attr::~Attr() = default;
 
@@ -41,7 +39,7 @@ ZResult Attr::write(IXMLWriter* writer) {
   return writer->stringAttribute(name_.c_str(), value_.c_str());
 }
 
-zob::Ref<Node> Attr::cloneShallow(const util::WeakRefBase& document) const {
+zob::Ref<Node> Attr::cloneShallow(util::WeakRefData* document) const {
   return zob::Ref<Node>(new (arenaOf(document)) Attr(document, name_, value_));
 }
 

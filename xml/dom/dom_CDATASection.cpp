@@ -9,7 +9,7 @@
 
 namespace qor::quv::xml::dom {
 
-CDATASection::CDATASection(const util::WeakRefBase& document, std::string data)
+CDATASection::CDATASection(util::WeakRefData* document, std::string data)
     : Text(document, std::move(data)) {}
 
 CDATASection::~CDATASection() = default;
@@ -42,7 +42,7 @@ ZResult CDATASection::writeStart(IXMLWriter* writer) {
   return EFAILED(res) ? res : zob::kOk;
 }
 
-zob::Ref<Node> CDATASection::cloneShallow(const util::WeakRefBase& document) const {
+zob::Ref<Node> CDATASection::cloneShallow(util::WeakRefData* document) const {
   return zob::Ref<Node>(new (arenaOf(document)) CDATASection(document, data_));
 }
 

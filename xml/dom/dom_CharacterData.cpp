@@ -8,7 +8,7 @@
 
 namespace qor::quv::xml::dom {
 
-CharacterData::CharacterData(const util::WeakRefBase& document, std::string data)
+CharacterData::CharacterData(util::WeakRefData* document, std::string data)
     : Node(document), data_(std::move(data)) {}
 
 CharacterData::~CharacterData() = default;

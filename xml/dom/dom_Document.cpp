@@ -17,17 +17,18 @@
 namespace qor::quv::xml::dom {
 
 Document::Document(DomImplementation* implementation)
-    : Node(util::WeakRefBase()), anchor_(this), implementation_(implementation) {
+    : Node(nullptr), anchor_(this), implementation_(implementation) {
   // The node part refers to the document like every other node does.
-  Node::adoptDocument(anchor_);
+  Node::adoptDocument(anchorData());
+  arena_.setDocument(anchorData());
   if (implementation_) implementation_->addRef();
   id_.create();
 }
 
 Document::~Document() = default;
 
-void Document::releaseOwned() {
-  Node::releaseOwned();
+void Document::releaseOwned(NodeArena::ReleaseBatch& batch) {
+  Node::releaseOwned(batch);
   if (DomImplementation* impl = implementation_) {
     implementation_ = nullptr;
     impl->release();
@@ -66,23 +67,23 @@ Element* Document::getDocumentElement() const {
 }
 
 zob::Ref<Element> Document::createElement(std::string tagName) {
-  return zob::Ref<Element>(new (&arena_) Element(anchor_, std::move(tagName)));
+  return zob::Ref<Element>(new (&arena_) Element(anchorData(), std::move(tagName)));
 }
 
 zob::Ref<DocumentFragment> Document::createDocumentFragment() {
-  return zob::Ref<DocumentFragment>(new (&arena_) DocumentFragment(anchor_));
+  return zob::Ref<DocumentFragment>(new (&arena_) DocumentFragment(anchorData()));
 }
 
 zob::Ref<Text> Document::createTextNode(std::string data) {
-  return zob::Ref<Text>(new (&arena_) Text(anchor_, std::move(data)));
+  return zob::Ref<Text>(new (&arena_) Text(anchorData(), std::move(data)));
 }
 
 zob::Ref<CDATASection> Document::createCDATASection(std::string data) {
-  return zob::Ref<CDATASection>(new (&arena_) CDATASection(anchor_, std::move(data)));
+  return zob::Ref<CDATASection>(new (&arena_) CDATASection(anchorData(), std::move(data)));
 }
 
 zob::Ref<Attr> Document::createAttribute(const std::string& name) {
-  return zob::Ref<Attr>(new (&arena_) Attr(anchor_, name, std::string()));
+  return zob::Ref<Attr>(new (&arena_) Attr(anchorData(), name, std::string()));
 }
 
 ZResult Document::write(IXMLWriter* writer) {
@@ -92,7 +93,7 @@ ZResult Document::write(IXMLWriter* writer) {
   return root->write(writer);
 }
 
-zob::Ref<Node> Document::cloneShallow(const util::WeakRefBase&) const {
+zob::Ref<Node> Document::cloneShallow(util::WeakRefData*) const {
   return zob::Ref<Node>(new (std::nothrow) Document(implementation_));
 }
 

@@ -8,7 +8,7 @@
 
 namespace qor::quv::xml::dom {
 
-DocumentFragment::DocumentFragment(const util::WeakRefBase& document) : Node(document) {}
+DocumentFragment::DocumentFragment(util::WeakRefData* document) : Node(document) {}
 
 DocumentFragment::~DocumentFragment() = default;
 
@@ -25,7 +25,7 @@ bool DocumentFragment::mayInsertNode(Node* child) const {
   return detail::isContentChild(child);
 }
 
-zob::Ref<Node> DocumentFragment::cloneShallow(const util::WeakRefBase& document) const {
+zob::Ref<Node> DocumentFragment::cloneShallow(util::WeakRefData* document) const {
   return zob::Ref<Node>(new (arenaOf(document)) DocumentFragment(document));
 }
 

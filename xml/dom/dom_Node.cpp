@@ -86,6 +86,7 @@ void unpoison(void* p, std::size_t n) {
 struct NodeArena::Block {
   std::int32_t live;
   std::uint32_t bytes;
+  util::WeakRefData* document;  // counted once for the nodes placed here
 };
 
 namespace {
@@ -97,6 +98,7 @@ void releaseBlock(NodeArena::Block* block, std::int32_t count) noexcept {
   if (left < 0) std::abort();  // more nodes freed than placed: memory is corrupt
   if (left == 0) {
     unpoison(block, block->bytes);
+    if (block->document) block->document->release();
     std::free(block);
   }
 }
@@ -124,6 +126,11 @@ void* NodeArena::allocateAlone(std::size_t size) noexcept {
 }
 
 void NodeArena::release(void* p) noexcept {
+  ReleaseBatch batch;
+  batch.add(p);
+}
+
+void NodeArena::ReleaseBatch::add(void* p) noexcept {
   if (!p) return;
   NodeHeader* h = static_cast<NodeHeader*>(p) - 1;
   Block* block = h->block;
@@ -132,7 +139,17 @@ void NodeArena::release(void* p) noexcept {
     return;
   }
   poison(h, h->bytes);
-  releaseBlock(block, 1);
+  if (block != block_) {
+    flush();
+    block_ = block;
+  }
+  ++count_;
+}
+
+void NodeArena::ReleaseBatch::flush() noexcept {
+  if (count_) releaseBlock(block_, count_);
+  block_ = nullptr;
+  count_ = 0;
 }
 
 void* NodeArena::allocate(std::size_t size) noexcept {
@@ -146,7 +163,8 @@ void* NodeArena::allocate(std::size_t size) noexcept {
     void* memory = std::malloc(blockBytes);
     if (!memory) return nullptr;
     close();
-    block_ = new (memory) Block{kOpen, static_cast<std::uint32_t>(blockBytes)};
+    block_ = new (memory) Block{kOpen, static_cast<std::uint32_t>(blockBytes), document_};
+    if (document_) document_->addRef();
     placed_ = 0;
     next_ = static_cast<char*>(memory) + kHeaderBytes;
     end_ = static_cast<char*>(memory) + blockBytes;
@@ -159,6 +177,11 @@ void* NodeArena::allocate(std::size_t size) noexcept {
   h->block = block_;
   h->bytes = bytes;
   return h + 1;
+}
+
+bool NodeArena::blockCounts(const void* p, const util::WeakRefData* document) noexcept {
+  const NodeHeader* h = static_cast<const NodeHeader*>(p) - 1;
+  return h->block && h->block->document == document;
 }
 
 void* Node::operator new(std::size_t size, const std::nothrow_t&) noexcept {
@@ -181,22 +204,36 @@ void Node::operator delete(void* p, NodeArena*) noexcept {
   Node::operator delete(p);
 }
 
-NodeArena* Node::arenaOf(const util::WeakRefBase& document) {
-  void* doc = document.getRef();
+NodeArena* Node::arenaOf(util::WeakRefData* document) {
+  void* doc = document ? document->getRef() : nullptr;
   return doc ? &static_cast<Document*>(doc)->arena_ : nullptr;
 }
 
-Node::Node(const util::WeakRefBase& document)
+// A node is always made through its class's operator new, so its storage
+// header precedes it (the Node part sits at the start of every node class).
+Node::Node(util::WeakRefData* document)
     : refs_(0),
-      doc_(document),
+      docCounted_(false),
+      doc_(nullptr),
       parent_(nullptr),
       firstChild_(nullptr),
       lastChild_(nullptr),
       prev_(nullptr),
       next_(nullptr),
-      childList_(nullptr) {}
+      childList_(nullptr) {
+  setDocument(document);
+}
 
-Node::~Node() = default;
+Node::~Node() {
+  if (docCounted_) doc_->release();
+}
+
+void Node::setDocument(util::WeakRefData* document) {
+  if (docCounted_) doc_->release();
+  doc_ = document;
+  docCounted_ = document && !NodeArena::blockCounts(this, document);
+  if (docCounted_) document->addRef();
+}
 
 // The counts change with the compiler's atomic operations: a reference
 // taken needs no ordering, the last release must see every earlier write.
@@ -220,44 +257,59 @@ void Node::destroy(Node* node) {
   tPending = node;
   if (tDraining) return;
   tDraining = true;
+  NodeArena::ReleaseBatch batch;
   while (Node* n = tPending) {
     tPending = n->parent_;
     n->parent_ = nullptr;
-    n->releaseOwned();
-    delete n;
+    sweep(n, batch);
   }
+  batch.flush();
   tDraining = false;
 }
 
-void Node::releaseOwned() {
+bool Node::dropTreeRef() {
+  // The last holder needs no atomic write: nobody else can take a reference.
+  if (__atomic_load_n(&refs_, __ATOMIC_ACQUIRE) == 1) return true;
+  std::int32_t left = __atomic_sub_fetch(&refs_, 1, __ATOMIC_ACQ_REL);
+  if (left < 0) std::abort();  // released more often than referenced
+  return left == 0;
+}
+
+// Frees `top` (its count has fallen to zero) and everything it owns that
+// nobody else holds, in one pass in document order, the order in which a
+// parsed tree was placed in its blocks: a node's continuation (its next
+// sibling, or after its last descendant the next sibling of an ancestor) is
+// threaded through the next link of its last child. A node somebody else
+// still holds keeps its subtree and loses its parent and siblings.
+void Node::sweep(Node* top, NodeArena::ReleaseBatch& batch) {
+  Node* cur = top;
+  while (cur) {
+    Node* next = cur->next_;
+    if (Node* first = cur->firstChild_) {
+      cur->lastChild_->next_ = next;
+      next = first;
+    }
+    cur->releaseOwned(batch);
+    cur->~Node();
+    batch.add(cur);
+    // Skip the nodes held elsewhere: they drop the tree's reference.
+    while (next && !next->dropTreeRef()) {
+      Node* after = next->next_;
+      next->next_ = nullptr;
+      next->prev_ = nullptr;
+      next->parent_ = nullptr;
+      next = after;
+    }
+    cur = next;
+  }
+}
+
+void Node::releaseOwned(NodeArena::ReleaseBatch&) {
   if (ChildNodeList* list = childList_) {
     childList_ = nullptr;
     list->detach();
     list->release();
   }
-  // From the last child backwards: each release frees at most one node, as
-  // its next sibling is already gone.
-  Node* c = lastChild_;
-  while (c && c != firstChild_) {
-    Node* prev = c->prev_;
-    c->parent_ = nullptr;
-    c->prev_ = nullptr;
-    prev->next_ = nullptr;
-    c->release();
-    c = prev;
-  }
-  lastChild_ = nullptr;
-  if (Node* first = firstChild_) {
-    firstChild_ = nullptr;
-    first->parent_ = nullptr;
-    first->release();
-  }
-  if (Node* next = next_) {
-    next_ = nullptr;
-    next->prev_ = nullptr;
-    next->release();
-  }
-  prev_ = nullptr;
 }
 
 ZResult Node::queryInterface(const char* iid, zob::IUnknown** out) {
@@ -491,7 +543,7 @@ AttrNodeMap* Node::getAttributes() {
 }
 
 Document* Node::getOwnerDocument() const {
-  return static_cast<Document*>(doc_.getRef());
+  return doc_ ? static_cast<Document*>(doc_->getRef()) : nullptr;
 }
 
 bool Node::hasAttributes() const {
@@ -513,13 +565,13 @@ bool Node::isChild(const Node* node) const {
 
 bool Node::sameDocument(const Node* other) const {
   // Nodes made by one document share its weak reference block.
-  if (other->doc_.getData() == doc_.getData()) return true;
+  if (other->doc_ == doc_) return true;
   util::EUUID theirs = other->getDocumentId();
   return theirs.isNull() || theirs.compare(getDocumentId()) == 0;
 }
 
 bool Node::needsAdoption(const Node* other) const {
-  return other->doc_.getData() != doc_.getData() && !doc_.isNull() && other->doc_.isNull();
+  return other->doc_ != doc_ && getOwnerDocument() && !other->getOwnerDocument();
 }
 
 void Node::linkBefore(Node* child, Node* ref) {
@@ -596,6 +648,24 @@ ZResult Node::insertBeforeChecked(Node* newChild, Node* refChild, bool refIsFore
   return zob::kOk;
 }
 
+ZResult Node::appendHandingOver(Node* child) {
+  if (child && !child->parent_ && !child->firstChild_ && child != this &&
+      child->doc_ == doc_ && mayInsertNode(child)) {
+    // A node without children cannot be an ancestor of this one.
+    child->parent_ = this;
+    child->prev_ = lastChild_;
+    if (lastChild_)
+      lastChild_->next_ = child;
+    else
+      firstChild_ = child;
+    lastChild_ = child;
+    return zob::kOk;
+  }
+  ZResult res = insertBeforeChecked(child, nullptr);
+  if (!EFAILED(res)) child->nodeRelease();  // the tree holds its own
+  return res;
+}
+
 ZResult Node::replaceChildChecked(Node* newChild, Node* oldChild, bool oldIsForeign) {
   if (!newChild || (!oldChild && !oldIsForeign) || newChild == oldChild)
     return zob::kInvalidArgument;
@@ -632,8 +702,8 @@ zob::Ref<Node> Node::removeChild(Node* oldChild) {
   return keep;
 }
 
-void Node::adoptDocument(const util::WeakRefBase& document) {
-  doc_ = document;
+void Node::adoptDocument(util::WeakRefData* document) {
+  setDocument(document);
 }
 
 // ---- copying -----------------------------------------------------------------
@@ -643,7 +713,7 @@ zob::Ref<Node> Node::cloneNode(bool deep) const {
   if (!top || !deep) return top;
   // The copy of a document is a new document: the copies of the children
   // belong to it.
-  const util::WeakRefBase& target = top->doc_;
+  util::WeakRefData* target = top->doc_;
   const Node* src = firstChild_;
   Node* dstParent = top.get();
   while (src) {
@@ -740,7 +810,7 @@ ZResult copyOut(const std::string& text, char** out) {
 
 }  // namespace detail
 
-void Node::adoptSubtree(Node* root, const util::WeakRefBase& document) {
+void Node::adoptSubtree(Node* root, util::WeakRefData* document) {
   Node* cur = root;
   for (;;) {
     cur->adoptDocument(document);

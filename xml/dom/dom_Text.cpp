@@ -9,7 +9,7 @@
 
 namespace qor::quv::xml::dom {
 
-Text::Text(const util::WeakRefBase& document, std::string data)
+Text::Text(util::WeakRefData* document, std::string data)
     : CharacterData(document, std::move(data)) {}
 
 Text::~Text() = default;
@@ -31,7 +31,7 @@ ZResult Text::writeStart(IXMLWriter* writer) {
   return writer->characters(data_.c_str());
 }
 
-zob::Ref<Node> Text::cloneShallow(const util::WeakRefBase& document) const {
+zob::Ref<Node> Text::cloneShallow(util::WeakRefData* document) const {
   return zob::Ref<Node>(new (arenaOf(document)) Text(document, data_));
 }
 

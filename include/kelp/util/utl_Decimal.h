@@ -94,6 +94,45 @@ KELP_API bool parseDecimalString(decimal128* out, const char* s, const char** en
 KELP_API bool parseDecimalCString(decimal64* out, const char* s, const char** end);
 KELP_API bool parseDecimalCString(decimal128* out, const char* s, const char** end);
 
+/* Watches the decimal arithmetic and number reading of the calling thread
+ * for results that are not exact: digits other than zeros rounded away (a
+ * number of more than 34 significant digits read into a decimal128, a sum
+ * that needs more), an overflow to infinity, an underflow, an invalid
+ * operation or a division by zero. Reading, adding, subtracting and
+ * multiplying money this way either keeps every digit or says that it
+ * could not:
+ *
+ *   DecimalExactness check;                  // starts with a clean slate
+ *   ECurrency total = a + b;
+ *   if (!check.exact()) error = "the total " + check.problem();
+ *
+ * Rounding to decimals on purpose (roundDecimal, roundMoney with the fixed
+ * modes) does not count. The watch works on the runtime's sticky status of
+ * the thread (ktzDecGetStatus): the constructor saves and clears it, the
+ * destructor puts the saved conditions back together with those met
+ * meanwhile, so watches nest. Belongs to the thread that made it. */
+class KELP_API DecimalExactness {
+ public:
+  DecimalExactness();
+  ~DecimalExactness();
+  DecimalExactness(const DecimalExactness&) = delete;
+  DecimalExactness& operator=(const DecimalExactness&) = delete;
+
+  /* True while nothing was rounded away, overflowed, underflowed or was
+   * invalid since construction or the last reset(). */
+  bool exact() const;
+  /* Starts watching afresh (the conditions met so far are kept for the
+   * destructor). */
+  void reset();
+  /* What went wrong, as the end of a sentence about the number: "is too
+   * large", "is too close to zero", "has more than 34 significant digits",
+   * "is not a number", "is a division by zero"; "" while exact. */
+  std::string problem() const;
+
+ private:
+  unsigned saved_;
+};
+
 }  // namespace qor::quv::util
 
 #endif

@@ -132,8 +132,10 @@ class KELP_API EDate : public zob::Date {
    * other character literally. Derived from strftime("%x") of 1999-01-02 in
    * the current locale; "%Y-%m-%d" when that cannot be classified. */
   static std::string getLocalDateFormat();
-  /* The date in the pattern of getLocalDateFormat(). "%Y" is written with
-   * four digits and "%y" with the last two digits of the year. The null
+  /* The date in the pattern of getLocalDateFormat(). "%Y" and "%y" are
+   * both written as the full year of at least four digits, so that
+   * parseLocalDate reads the text back into the same date (a two-digit year
+   * that a person types is still stored as read). The null
    * date gives "", a date that is not valid gives the pattern with "?" for
    * every digit. */
   std::string formatLocalDate() const;

@@ -12,8 +12,16 @@
  * results are rounded to 16 (decimal64) or 34 (decimal128) digits under the
  * calling thread's decimal rounding (ktzDecSetRounding, half to even at
  * first), exact results keep their ideal exponent (1.20 + 1.3 is 2.50), and
- * NaN operands propagate. No operation raises a signal or throws; the status
- * flags of the standard are not kept.
+ * NaN operands propagate. No operation raises a signal or throws. The status
+ * flags of the standard are kept per thread and are sticky: an operation
+ * that rounds away digits other than zeros (Inexact), overflows to an
+ * infinity (Overflow), underflows, divides by zero or is invalid adds its
+ * condition, and only ktzDecSetStatus clears them, so that a caller can
+ * tell an exact chain of operations from a rounded one:
+ *
+ *   ktzDecSetStatus(0);
+ *   decimal128 sum = a + b + c;
+ *   if (ktzDecGetStatus() & (kStatusInexact | kStatusOverflow)) ... not exact
  *
  *   using ktz::decimal::decimal128;
  *   decimal128 price = ktzStrToDec128("12.50", nullptr);
@@ -31,6 +39,22 @@
 #include <zob/zob_api.h>
 
 namespace ktz::decimal {
+
+/* The conditions of the status flags (bits of ktzDecGetStatus). Reading
+ * text sets them as the conversion to the format does: a number with more
+ * significant digits than the format holds is Inexact, one beyond its
+ * exponent range Overflow (an infinity) or Underflow. Rounding to an
+ * integer (RoundIntegral and the fixed directions) sets none of them, the
+ * exact rounding (RoundExact) sets Inexact when it drops digits; ToFixed
+ * sets none. */
+enum Status : unsigned {
+  kStatusInexact = 1,
+  kStatusOverflow = 2,
+  kStatusUnderflow = 4,
+  kStatusDivisionByZero = 8,
+  kStatusInvalid = 16,  // e.g. infinity minus infinity, 0/0, a signalling NaN
+  kStatusAll = 31
+};
 
 /* The rounding directions of decimal arithmetic. */
 enum class Rounding : int {
@@ -183,6 +207,12 @@ ZOB_API std::ostream& operator<<(std::ostream& os, const decimal128& d);
  * Per thread; every thread starts with HalfEven. */
 ZOB_API ktz::decimal::Rounding ktzDecGetRounding() noexcept;
 ZOB_API void ktzDecSetRounding(ktz::decimal::Rounding mode) noexcept;
+
+/* --- status flags ------------------------------------------------------------
+ * Per thread, sticky, every thread starts with 0: the Status bits that the
+ * thread's operations met since it last set them. */
+ZOB_API unsigned ktzDecGetStatus() noexcept;
+ZOB_API void ktzDecSetStatus(unsigned status) noexcept;
 
 /* --- classification ----------------------------------------------------------
  * A non-canonical coefficient (above 10^16-1 or 10^34-1, which covers every

@@ -23,7 +23,18 @@
  * committed changes, writers wait for each other up to a time-out
  * (zob::kBusy), and a process killed at any moment loses at most the change
  * it was making. A file that is not a database, or a damaged one, gives
- * zob::kCorrupt and is left untouched.
+ * zob::kCorrupt and is left untouched; so does anything but a regular file
+ * at the database's path (a FIFO, a device, a folder), found out without
+ * blocking.
+ *
+ * A root opened with kAccessRead only reads: the hive's owner reads through
+ * an ordinary connection; anyone else (another user, root included, or a
+ * caller that may not write the file or its folder) opens the file
+ * read-only and never makes the write-ahead log's -wal and -shm files, so a
+ * hive in a read-only folder can be read and no reader leaves files behind
+ * that the owner could not use. Such a reader sees the changes another
+ * process has committed only while that process keeps the log's files (a
+ * read-only reader without them takes the file as it was when opened).
  *
  *   int root = 0, key = 0;
  *   reg->openRoot(zob::regdb::kCurrentUser, zob::regdb::kAccessAll, &root);

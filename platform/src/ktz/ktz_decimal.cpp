@@ -29,6 +29,8 @@ namespace {
 using u128 = unsigned __int128;
 
 thread_local Rounding tRounding = Rounding::HalfEven;
+// The conditions met since the thread last cleared them (ktzDecGetStatus).
+thread_local unsigned tStatus = 0;
 
 constexpr std::uint64_t kPow10_16 = 10000000000000000ull;
 constexpr std::uint64_t kPow10_17 = 100000000000000000ull;
@@ -182,6 +184,19 @@ decContext makeContext(const Format& f, Rounding r) {
   return ctx;
 }
 
+// Adds the conditions an operation met to the thread's sticky status.
+void note(const decContext& ctx) {
+  const uint32_t st = ctx.status;
+  unsigned add = 0;
+  if (st & DEC_Inexact) add |= ktz::decimal::kStatusInexact;
+  if (st & DEC_Overflow) add |= ktz::decimal::kStatusOverflow;
+  if (st & DEC_Underflow) add |= ktz::decimal::kStatusUnderflow;
+  if (st & DEC_Division_by_zero) add |= ktz::decimal::kStatusDivisionByZero;
+  if (st & (DEC_Invalid_operation | DEC_Division_undefined | DEC_Division_impossible))
+    add |= ktz::decimal::kStatusInvalid;
+  tStatus |= add;
+}
+
 void toNumber(const Unpacked& u, decNumber* n) {
   n->bits = u.neg ? DECNEG : 0;
   n->exponent = 0;
@@ -269,6 +284,7 @@ D binary(const D& a, const D& b, BinaryOp op, Rounding r) {
   toNumber(unpack(b), &y);
   decContext ctx = makeContext(formatOf<D>(), r);
   op(&res, &x, &y, &ctx);
+  note(ctx);
   return fromDec<D>(&res);
 }
 
@@ -278,6 +294,7 @@ D unary(const D& a, UnaryOp op, Rounding r) {
   toNumber(unpack(a), &x);
   decContext ctx = makeContext(formatOf<D>(), r);
   op(&res, &x, &ctx);
+  note(ctx);
   return fromDec<D>(&res);
 }
 
@@ -394,6 +411,7 @@ D scaleB(const D& d, int n) {
   decNumberFromInt32(&k, n);
   decContext ctx = makeContext(f, tRounding);
   decNumberScaleB(&res, &x, &k, &ctx);
+  note(ctx);
   return fromDec<D>(&res);
 }
 
@@ -405,6 +423,7 @@ bool fromString(const char* s, D* out) {
   decContext ctx = makeContext(formatOf<D>(), tRounding);
   decNumberFromString(&n, s, &ctx);
   if (ctx.status & DEC_Conversion_syntax) return false;
+  note(ctx);
   *out = fromDec<D>(&n);
   return true;
 }
@@ -657,6 +676,7 @@ D strToDec(const char* s, const char** end, const Punctuation& punct) {
   decContext ctx = makeContext(formatOf<D>(), tRounding);
   decNumberFromString(&n, text.c_str(), &ctx);
   if (ctx.status & DEC_Conversion_syntax) return D();  // e.g. an overlong NaN payload
+  note(ctx);
   if (end) *end = stop;
   return fromDec<D>(&n);
 }
@@ -685,6 +705,7 @@ D fromBinary(double v, bool isFloat) {
     *res.ptr = '\0';
     decNumberFromString(&n, buf, &ctx);  // "inf" and "-inf" are valid here too
   }
+  note(ctx);
   return fromDec<D>(&n);
 }
 
@@ -721,6 +742,7 @@ D fromInteger(unsigned long long magnitude, bool neg) {
   decContext ctx = makeContext(formatOf<D>(), tRounding);
   decNumber res;
   decNumberPlus(&res, &n, &ctx);
+  note(ctx);
   return fromDec<D>(&res);
 }
 
@@ -838,6 +860,12 @@ Rounding ktzDecGetRounding() noexcept {
 }
 void ktzDecSetRounding(Rounding mode) noexcept {
   if (static_cast<int>(mode) >= 0 && mode <= Rounding::ZeroFiveUp) tRounding = mode;
+}
+unsigned ktzDecGetStatus() noexcept {
+  return tStatus;
+}
+void ktzDecSetStatus(unsigned status) noexcept {
+  tStatus = status & ktz::decimal::kStatusAll;
 }
 
 bool ktzDec64IsNaN(decimal64 d) noexcept {
@@ -979,6 +1007,7 @@ decimal64 ktzDec128ToDec64(const decimal128& d) noexcept {
   toNumber(u, &x);
   decContext ctx = makeContext(kFmt64, tRounding);
   decNumberPlus(&res, &x, &ctx);
+  note(ctx);
   decimal64 r = fromDec<decimal64>(&res);
   if (u.kind == Kind::Finite && u.coef == 0) {
     r = decimal64::fromBits((r.bits() & ~0x8000000000000000ull) |

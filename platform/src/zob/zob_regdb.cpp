@@ -2,6 +2,7 @@
 // with parent links, typed values, every change one transaction.
 #include <zob/zob_regdb.h>
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
@@ -299,23 +300,126 @@ std::string hiveFolder(Hive hive) {
   return std::string(home) + "/.config/kelp";
 }
 
-// Opens a hive's database, preparing a new (empty) file as a registry.
+// A writer's settings: the write-ahead log, and a sync that loses no
+// committed change when the process dies.
+ZResult prepareWriter(sqlite3* db) {
+  // Switching a new file to WAL takes an exclusive lock for which SQLite
+  // does not always call the busy handler (two processes opening a fresh
+  // hive at once): retry for as long as the busy time-out allows.
+  ZResult r = exec(db, "PRAGMA journal_mode=WAL");
+  for (int waited = 0; r == zob::kBusy && waited < kBusyTimeoutMs; waited += 10) {
+    sqlite3_sleep(10);
+    r = exec(db, "PRAGMA journal_mode=WAL");
+  }
+  if (EFAILED(r)) return r;
+  // With a write-ahead log NORMAL loses no committed change when the
+  // process dies; only a power cut may take the latest ones.
+  return exec(db, "PRAGMA synchronous=NORMAL");
+}
+
+// Whether a read-only connection can read the schema (and so the log's
+// shared memory, when the file is in WAL mode).
+bool readable(sqlite3* db) {
+  return sqlite3_exec(db, "SELECT count(*) FROM sqlite_master", nullptr, nullptr, nullptr) ==
+         SQLITE_OK;
+}
+
+// What lies at a hive's path, looked at without blocking: opening a FIFO
+// or a device the way SQLite does could wait for ever (a FIFO without a
+// writer) or read something that is no database at all.
+enum class PathKind { kMissing, kRegular, kOther, kError };
+
+PathKind examine(const std::string& path, struct stat* st) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (fd < 0) {
+    const int error = errno;
+    if (error == ENOENT || error == ENOTDIR) return PathKind::kMissing;
+    // Unreadable, but maybe there: stat still tells a FIFO from a file.
+    if (::stat(path.c_str(), st) == 0 && !S_ISREG(st->st_mode)) return PathKind::kOther;
+    errno = error;
+    return PathKind::kError;
+  }
+  const bool ok = ::fstat(fd, st) == 0;
+  ::close(fd);
+  if (!ok) return PathKind::kError;
+  return S_ISREG(st->st_mode) ? PathKind::kRegular : PathKind::kOther;
+}
+
+bool exists(const std::string& path) {
+  struct stat st;
+  return ::lstat(path.c_str(), &st) == 0;
+}
+
+// A SQLite URI for a file path ("file:" and the path with %, ? and # escaped).
+std::string fileUri(const std::string& path, const char* query) {
+  std::string uri = "file:";
+  for (char c : path) {
+    if (c == '%' || c == '?' || c == '#') {
+      static const char kHex[] = "0123456789ABCDEF";
+      uri += '%';
+      uri += kHex[static_cast<unsigned char>(c) >> 4];
+      uri += kHex[c & 15];
+    } else {
+      uri += c;
+    }
+  }
+  return uri + "?" + query;
+}
+
+// Whether a reader may use the hive as its owner does: its own file in a
+// folder it may write. Anyone else (another user, root included, or a
+// caller without write permission) reads without leaving files behind.
+bool readsAsOwner(const std::string& path, const std::string& folder, const struct stat& st) {
+  return st.st_uid == ::geteuid() && ::access(path.c_str(), W_OK) == 0 &&
+         ::access(folder.c_str(), W_OK) == 0;
+}
+
+// Opens a hive's database; a writer prepares a new (empty) file as a
+// registry. The owner's reader shares the write-ahead log like any
+// connection; any other reader (another user, root included, or one that
+// may not write the file or its folder) opens the file read-only, using the
+// log's files only where they exist already and otherwise reading the file
+// as immutable, so that it never makes -wal or -shm files that the owner
+// could not use afterwards. Only writers set the journal mode.
 ZResult openDatabase(Hive hive, bool needWrite, sqlite3** out) {
   *out = nullptr;
   std::string folder = hiveFolder(hive);
   std::string path =
       folder + (hive == zob::regdb::kLocalMachine ? "/local_machine.db" : "/current_user.db");
-  // Reading makes nothing: a hive never written has no root to read.
   struct stat st;
-  if (!needWrite && ::stat(path.c_str(), &st) != 0) return zob::kNotFound;
-  makeDirs(folder, hive == zob::regdb::kLocalMachine ? 0755 : 0700);
+  switch (examine(path, &st)) {
+    case PathKind::kMissing:
+      // Reading makes nothing: a hive never written has no root to read.
+      if (!needWrite) return zob::kNotFound;
+      break;
+    case PathKind::kOther:
+      return zob::kCorrupt;
+    case PathKind::kError:
+      return errno == EACCES ? zob::kPermissionDenied : zob::kIOError;
+    case PathKind::kRegular:
+      break;
+  }
   sqlite3* db = nullptr;
-  int rc = sqlite3_open_v2(
-      path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
-  if (rc != SQLITE_OK && !needWrite) {
-    sqlite3_close(db);
-    db = nullptr;
-    rc = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr);
+  int rc = SQLITE_OK;
+  if (needWrite) {
+    makeDirs(folder, hive == zob::regdb::kLocalMachine ? 0755 : 0700);
+    rc = sqlite3_open_v2(path.c_str(), &db,
+                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+  } else if (readsAsOwner(path, folder, st)) {
+    // The owner's reader is an ordinary connection (its access mask keeps
+    // it from writing): as the last one it removes the log's files.
+    rc = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+  } else {
+    const bool shared = exists(path + "-wal") && exists(path + "-shm");
+    const int flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_URI | SQLITE_OPEN_NOMUTEX;
+    rc = sqlite3_open_v2(fileUri(path, shared ? "mode=ro" : "immutable=1").c_str(), &db, flags,
+                         nullptr);
+    if (rc == SQLITE_OK && shared && !readable(db)) {
+      // The log's files are there but not for us: read what the file holds.
+      sqlite3_close(db);
+      db = nullptr;
+      rc = sqlite3_open_v2(fileUri(path, "immutable=1").c_str(), &db, flags, nullptr);
+    }
   }
   if (rc != SQLITE_OK) {
     sqlite3_close(db);
@@ -331,21 +435,11 @@ ZResult openDatabase(Hive hive, bool needWrite, sqlite3** out) {
   if (readOnly && needWrite) return fail(zob::kPermissionDenied);
   sqlite3_busy_timeout(db, kBusyTimeoutMs);
   // Reading the header here is what tells a foreign file from a database.
-  if (!readOnly) {
-    // Switching a new file to WAL takes an exclusive lock for which SQLite
-    // does not always call the busy handler (two processes opening a fresh
-    // hive at once): retry for as long as the busy time-out allows.
-    ZResult r = exec(db, "PRAGMA journal_mode=WAL");
-    for (int waited = 0; r == zob::kBusy && waited < kBusyTimeoutMs; waited += 10) {
-      sqlite3_sleep(10);
-      r = exec(db, "PRAGMA journal_mode=WAL");
-    }
-    if (EFAILED(r)) return fail(r);
-    // With a write-ahead log NORMAL loses no committed change when the
-    // process dies; only a power cut may take the latest ones.
-    if (ZResult r = exec(db, "PRAGMA synchronous=NORMAL"); EFAILED(r)) return fail(r);
+  // Only a writer chooses the journal: a reader takes the file as it is.
+  if (needWrite) {
+    if (ZResult r = prepareWriter(db); EFAILED(r)) return fail(r);
   }
-  Txn txn(db, !readOnly);
+  Txn txn(db, needWrite);
   if (EFAILED(txn.result())) return fail(txn.result());
   std::int64_t appId = 0, tables = 0;
   {
@@ -359,7 +453,7 @@ ZResult openDatabase(Hive hive, bool needWrite, sqlite3** out) {
     tables = sqlite3_column_int64(s.get(), 1);
   }
   if (tables == 0) {
-    if (readOnly) return fail(zob::kNotFound);
+    if (!needWrite) return fail(zob::kNotFound);
     if (ZResult r = exec(db, kSchema); EFAILED(r)) return fail(r);
     std::string pragmas = "PRAGMA application_id=" + std::to_string(kApplicationId) +
                           "; PRAGMA user_version=" + std::to_string(kSchemaVersion);
@@ -384,15 +478,23 @@ class Registry final : public zob::detail::Counted<zob::regdb::IRegistry> {
     if (access & ~static_cast<std::uint32_t>(zob::regdb::kAccessAll)) return zob::kInvalidArgument;
     std::lock_guard lock(mutex_);
     sqlite3*& db = dbs_[hive - 1];
+    bool& writer = writers_[hive - 1];
     bool needWrite = (access & kWriteBits) != 0;
-    if (db && needWrite && sqlite3_db_readonly(db, "main") == 1) {
-      // Opened read-only before: try again for writing once nobody uses it.
-      if (usesOf(hive)) return zob::kPermissionDenied;
-      sqlite3_close(db);
-      db = nullptr;
+    if (db && needWrite && !writer) {
+      if (sqlite3_db_readonly(db, "main") == 1) {
+        // Opened read-only before: try again for writing once nobody uses it.
+        if (usesOf(hive)) return zob::kPermissionDenied;
+        sqlite3_close(db);
+        db = nullptr;
+      } else {
+        // The owner's reader: it may write once it has a writer's settings.
+        if (ZResult r = prepareWriter(db); EFAILED(r)) return r;
+        writer = true;
+      }
     }
     if (!db) {
       if (ZResult r = openDatabase(hive, needWrite, &db); EFAILED(r)) return r;
+      writer = needWrite;
     }
     return addHandle({hive, kRootId, access}, key);
   }
@@ -673,6 +775,7 @@ class Registry final : public zob::detail::Counted<zob::regdb::IRegistry> {
 
   std::mutex mutex_;
   sqlite3* dbs_[2] = {nullptr, nullptr};
+  bool writers_[2] = {false, false};  // opened, or prepared since, for writing
   std::map<int, Handle> handles_;
   int next_ = 1;
 };

@@ -150,6 +150,69 @@ TEST_F(ElementTest, AttributeNodes) {
   EXPECT_EQ(x2->getRefCount(), 1);
 }
 
+// An attribute set by value has no node until one is asked for; that node
+// then stands for it: the value read and written through either side is one.
+TEST_F(ElementTest, AttributeNodeMadeOnRequestIsTheAttribute) {
+  ASSERT_EQ(e->setAttribute("b", "2"), zob::kOk);
+  ASSERT_EQ(e->setAttribute("a", "1"), zob::kOk);
+  EXPECT_EQ(e->getAttributeName(0), "a");
+  EXPECT_EQ(e->getAttributeValue(1), "2");
+  Attr* b = e->getAttributeNode("b");
+  ASSERT_NE(b, nullptr);
+  EXPECT_EQ(e->getAttributeNode("b"), b);  // made once
+  EXPECT_EQ(e->getAttributeAt(1), b);
+  EXPECT_EQ(b->getOwnerElement(), e.get());
+  EXPECT_EQ(b->getOwnerDocument(), doc.get());
+  EXPECT_EQ(b->getRefCount(), 1);  // the element's
+  b->setValue("3");
+  EXPECT_EQ(e->getAttribute("b"), "3");
+  ASSERT_EQ(e->setAttribute("b", "4"), zob::kOk);
+  EXPECT_EQ(b->getValue(), "4");
+  EXPECT_EQ(e->getAttributeValue(1), "4");
+  // Removing the attribute by name lets its node go, whole, to a holder.
+  zob::Ref<Attr> held(b);
+  e->removeAttribute("b");
+  EXPECT_EQ(b->getOwnerElement(), nullptr);
+  EXPECT_EQ(b->getValue(), "4");
+  EXPECT_EQ(shape(e.get()), "E(item a=1)");
+}
+
+// An element that outlived its document and moved into another makes the
+// nodes of its attributes in the document it belongs to now, and they stay
+// whole after that document too is gone.
+TEST(ElementMoves, AttributeNodeAskedForAfterTheMove) {
+  zob::Ref<Element> moved;
+  {
+    zob::Ref<Document> first = Document::create();
+    moved = first->createElement("m");
+    ASSERT_EQ(moved->setAttribute("k", "v"), zob::kOk);
+    ASSERT_EQ(moved->setAttribute("j", std::string(40, 'w')), zob::kOk);
+  }
+  EXPECT_TRUE(moved->getDocumentId().isNull());
+  zob::Ref<Attr> k;
+  {
+    zob::Ref<Document> second = Document::create();
+    zob::Ref<Element> root = second->createElement("root");
+    second->appendChild(root.get());
+    ASSERT_EQ(root->insertBeforeChecked(moved.get(), nullptr), zob::kOk);
+    k = zob::Ref<Attr>(moved->getAttributeNode("k"));
+    ASSERT_TRUE(k);
+    EXPECT_EQ(k->getOwnerDocument(), second.get());
+    EXPECT_EQ(k->getDocumentId().compare(second->getId()), 0);
+    EXPECT_EQ(k->getOwnerElement(), moved.get());
+    root.reset();
+  }
+  // The second document went; the element and the node it made stay.
+  EXPECT_EQ(moved->getParentNode(), nullptr);
+  EXPECT_EQ(k->getOwnerElement(), moved.get());
+  EXPECT_EQ(k->getValue(), "v");
+  ASSERT_NE(moved->getAttributeNode("j"), nullptr);
+  EXPECT_EQ(moved->getAttributeNode("j")->getValue(), std::string(40, 'w'));
+  moved.reset();
+  EXPECT_EQ(k->getOwnerElement(), nullptr);
+  EXPECT_EQ(k->getName(), "k");
+}
+
 TEST_F(ElementTest, NamedNodeMapIsLive) {
   AttrNodeMap* map = e->getAttributes();
   ASSERT_NE(map, nullptr);

@@ -265,6 +265,26 @@ TEST_F(NodeTest, MovingNodesKeepsCounts) {
   EXPECT_EQ(counts(), (std::vector<std::int32_t>{1, 2, 2, 2, 1}));
 }
 
+// The builder's append hands the caller's reference over on success only,
+// and checks like appendChild whatever the node is.
+TEST_F(NodeTest, AppendHandingOver) {
+  zob::Ref<Document> doc2 = Document::create();
+  zob::Ref<Element> foreign = doc2->createElement("f");
+  EXPECT_EQ(root->appendHandingOver(foreign.get()), zob::kDomWrongDocument);
+  EXPECT_EQ(foreign->getRefCount(), 1);
+  EXPECT_EQ(b->appendHandingOver(root.get()), zob::kDomHierarchyRequest);
+  EXPECT_EQ(doc->appendHandingOver(doc->createTextNode("x").get()), zob::kDomHierarchyRequest);
+  // A node already in the tree moves; the reference handed over stays one.
+  zob::Ref<Element> fresh = doc->createElement("n");
+  ASSERT_EQ(b->appendHandingOver(fresh.get()), zob::kOk);
+  Element* n = fresh.detach();
+  ASSERT_EQ(root->appendHandingOver(b.get()), zob::kOk);
+  b.detach();
+  EXPECT_EQ(shape(root.get()), "E(root)[E(a),T(t),E(b)[E(n)]]");
+  EXPECT_EQ(n->getRefCount(), 1);
+  EXPECT_EQ(root->getLastChild()->getRefCount(), 1);
+}
+
 TEST_F(NodeTest, ChildNodeListIsLiveAndDetaches) {
   ChildNodeList* list = root->getChildNodes();
   ASSERT_NE(list, nullptr);
@@ -569,6 +589,52 @@ TEST(DomNodeStorage, NodesKeepTheirContentWhateverIsFreedFirst) {
   int children = 0;
   for (Node* c = copy->getFirstChild(); c; c = c->getNextSibling()) ++children;
   EXPECT_EQ(children, (kCount + 2) / 3);
+}
+
+// A dying tree is freed in one pass in document order; whatever somebody
+// still holds stays whole with its subtree and loses parent and siblings,
+// wherever it sits: a last child (through which the pass continues), a node
+// in the middle, a deep node, an attribute.
+TEST(DomNodeStorage, HeldNodesSurviveTheSweep) {
+  zob::Ref<Document> doc = Document::create();
+  auto el = [&](Node* parent, const char* name) {
+    zob::Ref<Element> e = doc->createElement(name);
+    parent->appendChild(e.get());
+    return e.get();
+  };
+  Element* root = el(doc.get(), "root");
+  Element* a = el(root, "a");
+  Element* deep = el(el(a, "a1"), "deep");
+  deep->appendChild(doc->createTextNode("d").get());
+  Element* mid = el(root, "mid");
+  el(mid, "m1");
+  root->appendChild(doc->createTextNode("t").get());
+  Element* last = el(root, "last");
+  el(last, "l1");
+  el(last, "l2")->setAttribute(std::string("k"), std::string("v"));
+  ASSERT_EQ(shape(root), "E(root)[E(a)[E(a1)[E(deep)[T(d)]]],E(mid)[E(m1)],T(t),E(last)[E(l1),E(l2 k=v)]]");
+  zob::Ref<Attr> attr(static_cast<Element*>(last->getLastChild())->getAttributeNode("k"));
+  std::vector<zob::Ref<Node>> kept = {zob::Ref<Node>(deep), zob::Ref<Node>(mid),
+                                      zob::Ref<Node>(last)};
+  doc.reset();
+  const char* shapes[] = {"E(deep)[T(d)]", "E(mid)[E(m1)]", "E(last)[E(l1),E(l2 k=v)]"};
+  for (std::size_t i = 0; i < kept.size(); ++i) {
+    SCOPED_TRACE(shapes[i]);
+    Node* n = kept[i].get();
+    EXPECT_EQ(shape(n), shapes[i]);
+    EXPECT_EQ(n->getRefCount(), 1);
+    EXPECT_EQ(n->getParentNode(), nullptr);
+    EXPECT_EQ(n->getPreviousSibling(), nullptr);
+    EXPECT_EQ(n->getNextSibling(), nullptr);
+  }
+  // The attribute is still its element's (held by the kept last child).
+  EXPECT_EQ(attr->getOwnerElement(), last->getLastChild());
+  EXPECT_EQ(attr->getRefCount(), 2);
+  // A subtree that goes frees the same way; the attribute held alone stays.
+  kept.pop_back();
+  EXPECT_EQ(attr->getOwnerElement(), nullptr);
+  EXPECT_EQ(attr->getRefCount(), 1);
+  EXPECT_EQ(attr->getValue(), "v");
 }
 
 #if defined(__SANITIZE_ADDRESS__)

@@ -52,11 +52,10 @@ class KELP_API Attr : public Node, public IDomAttr_Adapter {
  protected:
   friend class Document;
   friend class Element;
-  Attr(const util::WeakRefBase& document, const std::string& name, const std::string& value);
-  Attr(const util::WeakRefBase& document, const char* name, const char* value);
+  Attr(util::WeakRefData* document, std::string name, std::string value);
   ~Attr() override;
 
-  zob::Ref<Node> cloneShallow(const util::WeakRefBase& document) const override;
+  zob::Ref<Node> cloneShallow(util::WeakRefData* document) const override;
 
  private:
   std::string name_;

@@ -27,11 +27,11 @@ class KELP_API CDATASection : public Text, public IDomCDATASection_Adapter {
 
  protected:
   friend class Document;
-  CDATASection(const util::WeakRefBase& document, std::string data);
+  CDATASection(util::WeakRefData* document, std::string data);
   ~CDATASection() override;
 
   ZResult writeStart(IXMLWriter* writer) override;
-  zob::Ref<Node> cloneShallow(const util::WeakRefBase& document) const override;
+  zob::Ref<Node> cloneShallow(util::WeakRefData* document) const override;
   zob::Ref<Text> makeSibling(const std::string& data) const override;
 };
 

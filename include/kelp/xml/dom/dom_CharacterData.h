@@ -46,7 +46,7 @@ class KELP_API CharacterData : public Node, public IDomCharacterData_Adapter {
   std::string getNodeValue() const override { return data_; }
 
  protected:
-  CharacterData(const util::WeakRefBase& document, std::string data);
+  CharacterData(util::WeakRefData* document, std::string data);
   ~CharacterData() override;
 
   /* Checks offset and count and cuts the count at the end; false for an

@@ -91,11 +91,12 @@ class KELP_API Document : public Node, public IDomDocument_Adapter {
   explicit Document(DomImplementation* implementation);
   ~Document() override;
 
-  zob::Ref<Node> cloneShallow(const util::WeakRefBase& document) const override;
-  void releaseOwned() override;
+  zob::Ref<Node> cloneShallow(util::WeakRefData* document) const override;
+  void releaseOwned(NodeArena::ReleaseBatch& batch) override;
 
  private:
   friend class Node;
+  util::WeakRefData* anchorData() const { return const_cast<util::WeakRefData*>(anchor_.getData()); }
   util::WeakRefBase anchor_;           // owner handle its nodes copy
   DomImplementation* implementation_;  // counted
   util::EUUID id_;

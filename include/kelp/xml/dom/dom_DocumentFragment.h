@@ -28,10 +28,10 @@ class KELP_API DocumentFragment : public Node, public IDomDocumentFragment_Adapt
 
  protected:
   friend class Document;
-  explicit DocumentFragment(const util::WeakRefBase& document);
+  explicit DocumentFragment(util::WeakRefData* document);
   ~DocumentFragment() override;
 
-  zob::Ref<Node> cloneShallow(const util::WeakRefBase& document) const override;
+  zob::Ref<Node> cloneShallow(util::WeakRefData* document) const override;
 };
 
 }  // namespace qor::quv::xml::dom

@@ -1,10 +1,14 @@
 /* qor::quv::xml::dom::Element: an element (IDomElement), type 1, named by
  * its tag name.
  *
- * The element owns its attributes, kept in a map from name to Attr ordered
+ * The element owns its attributes, kept in a map from name to value ordered
  * by name (byte order), which is also the order in which they are listed
- * and written. getAttributes gives the live AttrNodeMap view of it, made on
- * the first request. Names are not checked against the XML name rules.
+ * and written. An attribute costs no node until it is asked for as one
+ * (getAttributeNode, getAttributeAt, the AttrNodeMap): that Attr is made
+ * then, in the element's current document, and stands for the attribute
+ * from then on; getAttributeName and getAttributeValue read an attribute
+ * without making it. getAttributes gives the live AttrNodeMap view of the
+ * map, made on the first request. Names are not checked against the XML name rules.
  * Namespace operations and getElementsByTagName answer
  * zob::kNotImplemented. Same ownership and thread rules as Node; created by
  * Document::createElement.
@@ -64,13 +68,17 @@ class KELP_API Element : public Node, public IDomElement_Adapter {
   /* zob::kDomNotFound when `attribute` is not one of this element's. */
   ZResult removeAttributeNode(Attr* attribute, zob::Ref<Attr>* removed);
   bool hasAttribute(const std::string& name) const;
-  /* The number of attributes and the i-th in name order (null when out of
-   * range). */
+  /* The number of attributes and the i-th in name order as a node (made
+   * on the first request; null when out of range or out of memory). */
   int getAttributeCount() const { return static_cast<int>(attrCount_); }
   /* Makes room for `count` attributes in one allocation (false when out of
    * memory). */
   bool reserveAttributes(int count);
   Attr* getAttributeAt(int index) const;
+  /* The name and value of the i-th attribute in name order, without making
+   * a node; `index` must be in range. */
+  const std::string& getAttributeName(int index) const { return attrs_[index].name; }
+  const std::string& getAttributeValue(int index) const;
 
   using Node::getAttributes;
   using Node::getNodeName;
@@ -85,31 +93,45 @@ class KELP_API Element : public Node, public IDomElement_Adapter {
  protected:
   friend class Document;
   friend class AttrNodeMap;
-  Element(const util::WeakRefBase& document, std::string tagName);
+  Element(util::WeakRefData* document, std::string tagName);
   ~Element() override;
+
+  /* One attribute: its name and, until a node stands for it, its value. */
+  struct AttrSlot {
+    std::string name;
+    std::string value;
+    Attr* node;  // counted, made when the attribute is asked for as a node
+  };
 
   ZResult writeStart(IXMLWriter* writer) override;
   ZResult writeEnd(IXMLWriter* writer) override;
-  zob::Ref<Node> cloneShallow(const util::WeakRefBase& document) const override;
-  void adoptDocument(const util::WeakRefBase& document) override;
-  void releaseOwned() override;
+  zob::Ref<Node> cloneShallow(util::WeakRefData* document) const override;
+  void adoptDocument(util::WeakRefData* document) override;
+  void releaseOwned(NodeArena::ReleaseBatch& batch) override;
 
  private:
   /* The position of `name` in the ordered list, or where it would go. */
-  std::size_t lowerBound(const char* name) const;
-  Attr* find(const char* name) const;
-  /* Takes `attribute` (one reference added) into the map at its place;
-   * false when out of memory. */
-  bool insertAttr(Attr* attribute);
+  std::size_t lowerBound(const char* name, std::size_t length) const;
+  /* The position of `name`, or attrCount_ when absent. */
+  std::size_t find(const char* name, std::size_t length) const;
+  /* The node standing for the attribute at `pos`, made when missing; null
+   * when out of memory. */
+  Attr* nodeAt(std::size_t pos);
+  /* Sets the value of `name`, adding the attribute at its place. */
+  ZResult put(const char* name, std::size_t nameLength, const char* value,
+              std::size_t valueLength);
   /* Room for at least `count` attributes. */
   bool growAttrs(std::size_t count);
-  /* Takes the attribute at `pos` out; its reference passes to the caller. */
+  /* Opens an empty slot at `pos` (room must exist). */
+  AttrSlot& openAt(std::size_t pos);
+  /* Takes the attribute at `pos` out; the reference to its node, if any,
+   * passes to the caller. */
   Attr* takeAt(std::size_t pos);
 
   std::string tagName_;
-  // The attributes, counted, ordered by name: an array placed in the
-  // document's arena like the nodes.
-  Attr** attrs_ = nullptr;
+  // The attributes ordered by name: an array placed in the document's
+  // arena like the nodes.
+  AttrSlot* attrs_ = nullptr;
   std::uint32_t attrCount_ = 0;
   std::uint32_t attrCapacity_ = 0;
   AttrNodeMap* attrMap_;  // counted, made on first request

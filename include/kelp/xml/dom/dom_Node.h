@@ -72,10 +72,34 @@ class NodeArena {
   static void* allocateAlone(std::size_t size) noexcept;
   /* Frees room from either (null does nothing). */
   static void release(void* p) noexcept;
+  /* The weak-reference data of the document whose nodes the arena places;
+   * each block holds one count on it for all of them. */
+  void setDocument(util::WeakRefData* document) { document_ = document; }
+  /* Whether `p`, placed by allocate or allocateAlone, sits in a block that
+   * counts `document`. */
+  static bool blockCounts(const void* p, const util::WeakRefData* document) noexcept;
+
+  /* Frees many pieces of room, counting consecutive ones of one block
+   * against it at once (freeing a tree in placement order takes one atomic
+   * step per block run, not one per node). Flushed on destruction. */
+  class ReleaseBatch {
+   public:
+    ReleaseBatch() = default;
+    ~ReleaseBatch() { flush(); }
+    ReleaseBatch(const ReleaseBatch&) = delete;
+    ReleaseBatch& operator=(const ReleaseBatch&) = delete;
+    void add(void* p) noexcept;
+    void flush() noexcept;
+
+   private:
+    Block* block_ = nullptr;
+    std::int32_t count_ = 0;
+  };
 
  private:
   void close() noexcept;
 
+  util::WeakRefData* document_ = nullptr;
   Block* block_ = nullptr;
   char* next_ = nullptr;
   char* end_ = nullptr;
@@ -205,6 +229,12 @@ class KELP_API Node : public IDomNode_Adapter,
   ZResult insertBeforeChecked(Node* newChild, Node* refChild, bool refIsForeign = false);
   ZResult replaceChildChecked(Node* newChild, Node* oldChild, bool oldIsForeign = false);
   ZResult removeChildChecked(Node* oldChild);
+  /* Appends `child` at the end like insertBeforeChecked, handing the
+   * caller's reference to it over to the tree on success (on failure the
+   * caller keeps it). A builder's way to add a node just made: one without
+   * parent or children of this node's document goes in without further
+   * counting or searching. */
+  ZResult appendHandingOver(Node* child);
   bool hasChildNodes() const { return firstChild_ != nullptr; }
   /* A copy in the same document without a parent; with `deep` the subtree
    * is copied too. An element's copy has copies of its attributes; a
@@ -227,7 +257,7 @@ class KELP_API Node : public IDomNode_Adapter,
   static Node* fromInterface(zob::IUnknown* object);
 
  protected:
-  explicit Node(const util::WeakRefBase& document);
+  explicit Node(util::WeakRefData* document);
   virtual ~Node();
 
   std::uint32_t nodeAddRef();
@@ -237,11 +267,13 @@ class KELP_API Node : public IDomNode_Adapter,
   virtual ZResult writeStart(IXMLWriter* writer);
   virtual ZResult writeEnd(IXMLWriter* writer);
   /* A copy without children belonging to `document`. */
-  virtual zob::Ref<Node> cloneShallow(const util::WeakRefBase& document) const = 0;
+  virtual zob::Ref<Node> cloneShallow(util::WeakRefData* document) const = 0;
   /* Moves the node (not its children) into `document`. */
-  virtual void adoptDocument(const util::WeakRefBase& document);
-  /* Releases what a dying node owns; called before it is deleted. */
-  virtual void releaseOwned();
+  virtual void adoptDocument(util::WeakRefData* document);
+  /* Releases what a dying node owns besides its children and next
+   * sibling (which the sweep that frees it takes); called before it is
+   * destroyed. */
+  virtual void releaseOwned(NodeArena::ReleaseBatch& batch);
 
   /* Links `child` (without a parent) before `ref` (null: at the end); the
    * list takes a reference. */
@@ -250,10 +282,10 @@ class KELP_API Node : public IDomNode_Adapter,
   Node* unlink(Node* child);
   bool isChild(const Node* node) const;
 
-  const util::WeakRefBase& documentRef() const { return doc_; }
+  util::WeakRefData* documentRef() const { return doc_; }
   /* The arena of the document `document` refers to; null once it is
    * gone. */
-  static NodeArena* arenaOf(const util::WeakRefBase& document);
+  static NodeArena* arenaOf(util::WeakRefData* document);
 
   friend class Attr;
   friend class Document;
@@ -262,8 +294,13 @@ class KELP_API Node : public IDomNode_Adapter,
 
  private:
   static void destroy(Node* node);
+  static void sweep(Node* top, NodeArena::ReleaseBatch& batch);
+  /* Drops the reference a dying tree held; true when it was the last. */
+  bool dropTreeRef();
   /* Moves a subtree whose document is gone into `document`. */
-  static void adoptSubtree(Node* root, const util::WeakRefBase& document);
+  static void adoptSubtree(Node* root, util::WeakRefData* document);
+  /* Points the node at `document`, counting it unless its block does. */
+  void setDocument(util::WeakRefData* document);
   bool sameDocument(const Node* other) const;
   /* Whether `other` belongs to a document that is gone while this node's
    * lives. */
@@ -271,7 +308,12 @@ class KELP_API Node : public IDomNode_Adapter,
   ZResult nodeOut(Node* node, IDomNode** out);
 
   volatile std::int32_t refs_;
-  util::WeakRefBase doc_;
+  // The document's weak-reference data. A node placed in a block of that
+  // document's storage shares the count the block holds on it; others
+  // (allocated alone, moved in from a document that is gone) count it
+  // themselves.
+  bool docCounted_;
+  util::WeakRefData* doc_;
   Node* parent_;
   Node* firstChild_;  // counted
   Node* lastChild_;

@@ -36,11 +36,11 @@ class KELP_API Text : public CharacterData, public IDomText_Adapter {
 
  protected:
   friend class Document;
-  Text(const util::WeakRefBase& document, std::string data);
+  Text(util::WeakRefData* document, std::string data);
   ~Text() override;
 
   ZResult writeStart(IXMLWriter* writer) override;
-  zob::Ref<Node> cloneShallow(const util::WeakRefBase& document) const override;
+  zob::Ref<Node> cloneShallow(util::WeakRefData* document) const override;
   /* A new node of this node's type holding `data`. */
   virtual zob::Ref<Text> makeSibling(const std::string& data) const;
 };
