@@ -1,13 +1,17 @@
 // Throughput of the decoding input source next to a plain memcpy of the same
 // data: UTF-8 passed through and ISO-8859-1 decoded into UTF-8, read in
 // blocks (fetch, the decoding layer alone) and byte by byte (get, as the
-// reader pulls it). After the runs the program prints each rate as a
-// fraction of memcpy's.
+// reader pulls it). The UTF-8 validator that checks the pass-through is
+// measured alone too, on each of its paths. After the runs the program
+// prints each rate as a fraction of memcpy's.
 #include <benchmark/benchmark.h>
 #include <kelp/util/utl_StringBuf.h>
 #include <kelp/xml/sax/sax_ISInputSource.h>
 #include <zob/zob_io.h>
 
+#include "xml/sax/sax_Utf8Validator.h"
+
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -118,7 +122,32 @@ void BM_Source(benchmark::State& state) {
   state.counters["output_bytes"] = static_cast<double>(out);
 }
 
+// The validator over the whole document, in the source's block size.
+void BM_Utf8Validate(benchmark::State& state) {
+  const auto path = static_cast<detail::Utf8Path>(state.range(0));
+  if (!detail::utf8PathAvailable(path)) {
+    state.SkipWithError("not on this processor");
+    return;
+  }
+  const std::string& doc = document(false);
+  std::size_t valid = 0;
+  for (auto _ : state) {
+    valid = 0;
+    for (std::size_t pos = 0; pos < doc.size(); pos += kBlock) {
+      std::size_t n = std::min(kBlock, doc.size() - pos);
+      valid += detail::utf8ValidPrefix(doc.data() + pos, n, path);
+    }
+    benchmark::DoNotOptimize(valid);
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * doc.size()));
+}
+
 BENCHMARK(BM_Memcpy);
+BENCHMARK(BM_Utf8Validate)
+    ->ArgName("path")
+    ->Arg(static_cast<int>(detail::Utf8Path::Scalar))
+    ->Arg(static_cast<int>(detail::Utf8Path::Sse2))
+    ->Arg(static_cast<int>(detail::Utf8Path::Avx2));
 BENCHMARK_TEMPLATE(BM_Source, false, false)->Name("Utf8PassThrough/fetch");
 BENCHMARK_TEMPLATE(BM_Source, true, false)->Name("Latin1ToUtf8/fetch");
 BENCHMARK_TEMPLATE(BM_Source, false, true)->Name("Utf8PassThrough/get");

@@ -12,6 +12,7 @@
 #include <kelp/xml/sax/sax_StackedInputSource.h>
 #include <zob/zob_io.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -72,6 +73,39 @@ void check(bool ok) {
 }
 
 volatile std::size_t gSink;
+
+// RFC 3629, decoded the long way: an oracle apart from the library's.
+bool wellFormed(const std::string& s) {
+  for (std::size_t i = 0; i < s.size();) {
+    const unsigned b = static_cast<unsigned char>(s[i]);
+    const std::size_t n = b < 0x80 ? 1 : (b >> 5) == 6 ? 2 : (b >> 4) == 14 ? 3 : (b >> 3) == 30 ? 4 : 0;
+    if (n == 0 || i + n > s.size()) return false;
+    std::uint32_t c = n == 1 ? b : b & (0x7Fu >> n);
+    for (std::size_t k = 1; k < n; ++k) {
+      const unsigned t = static_cast<unsigned char>(s[i + k]);
+      if ((t >> 6) != 2) return false;
+      c = (c << 6) | (t & 0x3F);
+    }
+    static const std::uint32_t kMin[] = {0, 0, 0x80, 0x800, 0x10000};
+    if (c < kMin[n] || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) return false;
+    i += n;
+  }
+  return true;
+}
+
+// The whole document decoded from `from` into UTF-8, fetched in blocks of
+// up to 61 bytes.
+std::string drain(const std::uint8_t* data, std::size_t size, const char* from) {
+  zob::Ref<zob::io::IInputStream> stream;
+  if (EFAILED(zobCreateMemoryInputStream(data, size, false, stream.out()))) return "";
+  ISInputSource source("", "whole", stream.get());
+  if (!source.setEncoding(from, "UTF-8")) return "";
+  std::string out;
+  char block[61];
+  int n;
+  while ((n = source.fetch(block, sizeof block)) > 0) out.append(block, static_cast<std::size_t>(n));
+  return out;
+}
 
 }  // namespace
 
@@ -189,5 +223,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   check(in.eof() || in.error());
   sink += rest;
   gSink = sink;  // keeps the reads alive
+  // UTF-8 checked on its way through (equal names) and UTF-8 decoded by a
+  // codec (names that differ in case) are both well formed, and the same
+  // "?" for "?" unless the document holds lead bytes that no longer exist
+  // (F5 to FF), or F4 with values past U+10FFFF, whose units the codec
+  // counts differently.
+  const std::string passed = drain(data, size, "UTF-8");
+  const std::string decoded = drain(data, size, "utf-8");
+  check(wellFormed(passed) && wellFormed(decoded));
+  if (std::find_if(data, data + size, [](std::uint8_t b) { return b >= 0xF4; }) == data + size)
+    check(passed == decoded);
+  check(wellFormed(drain(data, size, from)));
   return 0;
 }

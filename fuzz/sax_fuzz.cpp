@@ -1,17 +1,22 @@
 // SimpleXMLReader over arbitrary bytes. The first byte picks the features and
-// how the input arrives (whole or in small pieces); every handler is
-// installed (the DTD ones too) and touches every string it receives, so the sanitizers check
-// each pointer the reader hands out.
+// how the input arrives (whole or in small pieces); the input's length
+// modulo 4 turns the two external-entity features on; every handler is
+// installed (the DTD ones too) and touches every string it receives, so the
+// sanitizers check each pointer the reader hands out.
 #include <kelp/xml/sax/sax_Attributes.h>
 #include <kelp/xml/sax/sax_DefaultHandler.h>
 #include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/sax/sax_ParseException.h>
 #include <kelp/xml/sax/sax_SimpleXMLReader.h>
+#include <stdlib.h>
+#include <unistd.h>
 #include <zob/zob_io.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <sstream>
 #include <string>
@@ -105,16 +110,24 @@ class Toucher : public DefaultHandler {
     return go();
   }
   // An external entity reads its own system id as its text, so that the
-  // input decides what it holds; ids starting with "-" are refused, "!"
-  // leaves the source to the reader (which then finds no such file).
+  // input decides what it holds; ids starting with "-" are refused, "="
+  // read a small entity from memory, "!" and "e.ent" are left to the reader
+  // (with the features on, it finds no file "!..." and reads the file
+  // e.ent beside the document; with them off, it skips the reference).
   bool resolveEntity(const char* publicId, const char* systemId, InputSource** result) override {
     sum += touch(publicId);
     *result = nullptr;
     if (*systemId == '-') return false;
-    if (*systemId == '!') return true;
+    if (*systemId == '!' || std::strcmp(systemId, "e.ent") == 0) return true;
+    if (*systemId == '=') {
+      *result = new ISInputSource(publicId, systemId, new std::istringstream(kEntityText), true);
+      return go();
+    }
     *result = new ISInputSource(publicId, systemId, new std::istringstream(systemId), true);
     return go();
   }
+  static constexpr const char* kEntityText =
+      "<?xml encoding='UTF-8'?><e a='v&amp;'>t&#233;\xC3\xA9<!--c--></e>&lt;";
   bool fatalError(const SAXParseException& e) override {
     sum += e.getMessage().size() + static_cast<size_t>(e.getLineNumber());
     return true;
@@ -148,6 +161,31 @@ class PieceStream final : public zob::io::IInputStream_Adapter {
   size_t pos_ = 0;
 };
 
+// A directory holding the document's neighbour e.ent, made once and
+// removed at exit.
+char gDir[] = "/tmp/kelp-sax-fuzz-XXXXXX";
+std::string gEntityFile;
+
+void removeEntityFile() {
+  std::remove(gEntityFile.c_str());
+  rmdir(gDir);
+}
+
+const std::string& documentId() {
+  static const std::string id = [] {
+    if (!mkdtemp(gDir)) return std::string("fuzz.xml");
+    std::string base(gDir);
+    gEntityFile = base + "/e.ent";
+    if (FILE* f = std::fopen(gEntityFile.c_str(), "w")) {
+      std::fputs("<?xml version='1.0' encoding='UTF-8'?><f b='1'>file &amp; text</f>", f);
+      std::fclose(f);
+    }
+    std::atexit(removeEntityFile);
+    return base + "/fuzz.xml";
+  }();
+  return id;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -174,15 +212,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   reader.setFeature(SimpleXMLReader::NamespacePrefixes, opts & 2);
   reader.setFeature(SimpleXMLReader::UseUTF8, opts & 4);
   reader.setFeature(SimpleXMLReader::HTML4Entities, opts & 8);
+  reader.setFeature(SimpleXMLReader::ExternalGeneralEntities, size & 1);
+  reader.setFeature(SimpleXMLReader::ExternalParameterEntities, size & 2);
+  // A small token limit, so that its checks are reached.
+  if ((opts & 0x30) == 0x20) reader.setProperty(SimpleXMLReader::MaxTokenSize, 256);
   const size_t pieces[] = {size + 1, 1, 3, 4096};
   PieceStream stream(data, size, pieces[(opts >> 6) & 3]);
-  ISInputSource source("", "fuzz.xml", &stream);
+  ISInputSource source("", documentId(), &stream);
   reader.parse(&source);
   // Read a second document with the same reader: its entities carry over,
   // and nothing else may that breaks it.
   if (opts & 0x10) {
     PieceStream again(data, size, size + 1);
-    ISInputSource second("", "fuzz.xml", &again);
+    ISInputSource second("", documentId(), &again);
     reader.parse(&second);
   }
   return handler.sum == static_cast<size_t>(-1);

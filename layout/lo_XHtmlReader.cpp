@@ -227,6 +227,10 @@ ParaBlock* XHtmlReader::paragraph() {
   return para_;
 }
 
+void XHtmlReader::setLoadExternal(bool load) {
+  loadExternal_ = load;
+}
+
 bool XHtmlReader::parse(xml::sax::InputSource* input, Document** out) {
   if (out) *out = nullptr;
   reset();
@@ -236,6 +240,8 @@ bool XHtmlReader::parse(xml::sax::InputSource* input, Document** out) {
   xml::sax::SimpleXMLReader reader(app_);
   reader.setFeature(xml::sax::SimpleXMLReader::UseUTF8, true);
   reader.setFeature(xml::sax::SimpleXMLReader::HTML4Entities, true);
+  reader.setFeature(xml::sax::SimpleXMLReader::ExternalGeneralEntities, loadExternal_);
+  reader.setFeature(xml::sax::SimpleXMLReader::ExternalParameterEntities, loadExternal_);
   reader.setContentHandler(this);
   reader.setErrorHandler(this);
   const bool ok = reader.parse(input);

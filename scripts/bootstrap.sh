@@ -3,8 +3,8 @@
 # root): compilers, CMake, Ninja, GoogleTest, Google Benchmark, the system
 # libraries the platform is built on, the benchmark peers, the test oracles
 # (Eigen for the geometry tests), the checkers of the packages and the manual
-# page (lintian, groff), and the locales the tests switch to. Does nothing
-# that is already done.
+# page (lintian, groff), the coverage report (gcovr), and the locales the
+# tests switch to. Does nothing that is already done.
 set -euo pipefail
 
 packages=(
@@ -15,6 +15,7 @@ packages=(
   libexpat1-dev libxml2-dev libpugixml-dev
   libpython3.11-testsuite
   lintian groff-base man-db
+  gcovr
   libeigen3-dev nlohmann-json3-dev
   chromium poppler-utils fonts-dejavu-core
 )

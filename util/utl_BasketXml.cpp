@@ -315,6 +315,9 @@ bool BasketXml::read(const std::string& text, Basket* basket, std::string* error
     Reader handler(text);
     xml::sax::SimpleXMLReader reader(nullptr);
     reader.setFeature(xml::sax::SimpleXMLReader::UseUTF8, true);
+    // Documents come from outside: they never make the reader open a file.
+    reader.setFeature(xml::sax::SimpleXMLReader::ExternalGeneralEntities, false);
+    reader.setFeature(xml::sax::SimpleXMLReader::ExternalParameterEntities, false);
     reader.setContentHandler(&handler);
     reader.setErrorHandler(&handler);
     if (!reader.parse(&source)) {

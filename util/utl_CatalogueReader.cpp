@@ -889,6 +889,9 @@ bool CatalogueReader::read(const std::string& text, const std::string& systemId)
     sax::SimpleXMLReader reader(app_);
     reader.setFeature(sax::SimpleXMLReader::UseUTF8, true);
     reader.setFeature(sax::SimpleXMLReader::HTML4Entities, true);
+    // Documents come from outside: they never make the reader open a file.
+    reader.setFeature(sax::SimpleXMLReader::ExternalGeneralEntities, false);
+    reader.setFeature(sax::SimpleXMLReader::ExternalParameterEntities, false);
     reader.setContentHandler(&handler);
     reader.setErrorHandler(&handler);
     const bool ok = reader.parse(&source);

@@ -104,6 +104,20 @@ const std::string& DomReader::getErrorSystemId() const {
 
 template <class Parse>
 zob::Ref<dom::Document> DomReader::run(Parse parse) {
+  // The reader catches what happens inside the parse; this is for the
+  // document, the handler and the moves around it.
+  try {
+    return build(parse);
+  } catch (...) {
+    d_->errorMessage = "out of memory";
+    d_->errorLine = 0;
+    d_->errorSystemId.clear();
+    return {};
+  }
+}
+
+template <class Parse>
+zob::Ref<dom::Document> DomReader::build(Parse parse) {
   d_->errorMessage.clear();
   d_->errorLine = 0;
   d_->errorSystemId.clear();

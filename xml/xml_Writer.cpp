@@ -288,14 +288,25 @@ struct XMLWriter::Data {
   }
 };
 
+// A new T, or null when out of memory. The writer's state allocates as it
+// is made (the element stack), so a nothrow new alone would not do.
+template <class T>
+static T* newOrNull() noexcept {
+  try {
+    return new T;
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
 XMLWriter::XMLWriter(zob::io::IOutputStream* stream, int indentStep)
-    : d_(new (std::nothrow) Data), refs_(0) {
+    : d_(newOrNull<Data>()), refs_(0) {
   if (!d_) return;
   d_->stream = zob::Ref<zob::io::IOutputStream>(stream);
   d_->indentStep = indentStep;
 }
 
-XMLWriter::XMLWriter(std::ostream* stream, int indentStep) : d_(new (std::nothrow) Data), refs_(0) {
+XMLWriter::XMLWriter(std::ostream* stream, int indentStep) : d_(newOrNull<Data>()), refs_(0) {
   if (!d_) return;
   d_->ostream = stream;
   d_->indentStep = indentStep;

@@ -66,6 +66,8 @@ const char* const kRules[] = {
     "undeclared-prefix-allowed",   // an unbound prefix gives an empty URI, no error
     "cdata-end-in-text",           // "]]>" in character data ends the run quietly
     "charref-fallback",            // an unconvertible character reference gives "?"
+    "utf8-fallback",               // an ill-formed UTF-8 sequence gives "?"
+    "external-in-attribute",       // external entities in attribute values are read
 };
 
 // Output beyond this size stops a document: no test case comes near it.

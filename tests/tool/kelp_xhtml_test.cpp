@@ -133,5 +133,8 @@ TEST(KelpXhtml, UnreadableInputsAndUsage) {
 
   r = runKelp({"xhtml", "--help"});
   EXPECT_EQ(r.status, 0);
-  EXPECT_EQ(r.out.rfind("usage: kelp xhtml text FILE\n       kelp xhtml html FILE\n", 0), 0u);
+  EXPECT_EQ(r.out.rfind("usage: kelp xhtml text [--load-external] FILE\n"
+                        "       kelp xhtml html [--load-external] FILE\n",
+                        0),
+            0u);
 }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -82,13 +83,13 @@ TEST(KelpXml, ErrorsInAnExternalEntityNameItsFile) {
   std::string doc = dir.file("doc.xml");
   writeFile(doc, "<!DOCTYPE a [<!ENTITY e SYSTEM \"part.ent\">]>\n<a>&e;</a>\n");
   writeFile(dir.file("part.ent"), "<b>\n\n<c></b>");
-  ToolResult r = runKelp({"xml", "check", doc});
+  ToolResult r = runKelp({"xml", "check", "--load-external", doc});
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.err, dir.file("part.ent") + ":3: element start/end tag name mismatch: c vs. b\n");
 
   // A missing entity is the reader's error, at the reference.
   writeFile(doc, "<!DOCTYPE a [<!ENTITY e SYSTEM \"gone.ent\">]>\n<a>\n&e;</a>\n");
-  r = runKelp({"xml", "check", doc});
+  r = runKelp({"xml", "check", "--load-external", doc});
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.err, doc + ":3: entity '" + dir.file("gone.ent") + "' doesn't exist\n");
 }
@@ -134,11 +135,11 @@ TEST(KelpXml, HelpStartsWithTheUsageLines) {
   for (const char* flag : {"--help", "-h"}) {
     ToolResult r = runKelp({"xml", "format", flag});
     EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(
-        r.out.rfind("usage: kelp xml check [--html4-entities] [--no-namespaces] [--json] FILE...\n"
-                    "       kelp xml events ",
-                    0),
-        0u);
+    EXPECT_EQ(r.out.rfind("usage: kelp xml check [--html4-entities] [--no-namespaces] "
+                          "[--load-external] [--json] FILE...\n"
+                          "       kelp xml events ",
+                          0),
+              0u);
   }
   ToolResult r = runKelp({"help", "--man"});
   EXPECT_NE(r.out.find(".SH \"KELP XML\"\n"), std::string::npos);
@@ -475,4 +476,85 @@ TEST(KelpXml, LargeInputsShowAProgressBarOnATerminal) {
   shown = runOnTerminal({"xml", "check", small}, &status);
   EXPECT_EQ(status, 0);
   EXPECT_EQ(shown, "");
+}
+
+// External entities: read only on request, and only regular files.
+TEST(KelpXml, ExternalEntitiesOnlyOnRequest) {
+  TempDir dir;
+  writeFile(dir.file("secret.txt"), "root:x:0:0");
+  std::string doc = dir.file("doc.xml");
+  writeFile(doc, "<!DOCTYPE a [<!ENTITY x SYSTEM \"secret.txt\">]><a v=\"&x;\">&x;</a>");
+  for (const char* command : {"check", "events", "format", "canon"}) {
+    SCOPED_TRACE(command);
+    ToolResult r = runKelp({"xml", command, doc});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out.find("root:x"), std::string::npos) << r.out;
+  }
+  ToolResult r = runKelp({"xml", "events", "--load-external", doc});
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(
+      r.out.find("startElement a [v=\"root:x:0:0\"]\nstartEntity x\ncharacters \"root:x:0:0\""),
+      std::string::npos)
+      << r.out;
+  EXPECT_NE(runKelp({"xml", "format", "--load-external", doc}).out.find(">root:x:0:0</a>"),
+            std::string::npos);
+
+  // Devices, FIFOs and directories are refused without blocking.
+  ASSERT_EQ(mkfifo(dir.file("fifo").c_str(), 0600), 0);
+  for (const char* target : {"/dev/zero", "fifo", "."}) {
+    SCOPED_TRACE(target);
+    writeFile(doc, std::string("<!DOCTYPE a [<!ENTITY x SYSTEM \"") + target + "\">]>\n<a>&x;</a>");
+    r = runKelp({"xml", "check", "--load-external", doc});
+    EXPECT_EQ(r.status, 1);
+    std::string path = target[0] == '/' ? std::string(target) : dir.file(target);
+    EXPECT_EQ(r.err, doc + ":2: entity '" + path + "' is not a regular file\n");
+  }
+
+  // The page reader follows the same rule.
+  writeFile(doc,
+            "<!DOCTYPE html [<!ENTITY x SYSTEM \"secret.txt\">]>"
+            "<html><head><title>t</title></head><body><p>&x;</p></body></html>");
+  EXPECT_EQ(runKelp({"xhtml", "text", doc}).out.find("root:x"), std::string::npos);
+  EXPECT_NE(runKelp({"xhtml", "text", "--load-external", doc}).out.find("root:x:0:0"),
+            std::string::npos);
+}
+
+// Endless tokens end at the reader's token limit (64 MiB), within a memory
+// limit of 512 MiB, with exit status 1 and one message.
+TEST(KelpXml, EndlessTokensEndAtTheLimit) {
+#if defined(__SANITIZE_ADDRESS__)
+  const std::string limit;  // the sanitizer's shadow memory needs more address space
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+  const std::string limit;
+#else
+  const std::string limit = "ulimit -v 524288; ";
+#endif
+#else
+  const std::string limit = "ulimit -v 524288; ";
+#endif
+  struct Case {
+    const char* name;
+    const char* stream;
+  };
+  const Case cases[] = {
+      {"text", "(echo '<r>'; yes aaaa)"},
+      {"comment", "(echo '<r><!--'; yes aaaa)"},
+      {"attribute value", "(printf '<r a=\"'; yes aaaa)"},
+      {"name", "(printf '<r'; yes a | tr -d '\\n')"},
+  };
+  TempDir dir;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::string err = dir.file("err");
+    std::string command = std::string(c.stream) + " | head -c 200000000 | (" + limit + "LC_ALL=C " +
+                          KELP_TOOL_PATH + " xml check - 2>" + err + "; echo $? >" +
+                          dir.file("status") + ")";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    EXPECT_EQ(kelp::test::readFile(dir.file("status")), "1\n");
+    std::string message = kelp::test::readFile(err);
+    EXPECT_NE(message.find(": token longer than the limit of 67108864 bytes\n"), std::string::npos)
+        << message;
+    EXPECT_EQ(message.find('\n'), message.size() - 1) << message;
+  }
 }

@@ -7,6 +7,7 @@
 #include <random>
 
 #include "decimal_test_util.h"
+#include "test_support.h"
 
 using namespace qor::quv::basket;
 using kelp::test::d128;
@@ -118,4 +119,18 @@ TEST(BasketXml, RefusesFaultsWithTheirLine) {
   EXPECT_EQ(error, "basket: attribute 'price-date' has invalid date '20260-3-01'");
   EXPECT_FALSE(BasketXml::read("<cart/>", &b, &error));
   EXPECT_EQ(error, "root element must be <basket>, not <cart>");
+}
+
+TEST(BasketXml, NeverOpensExternalEntities) {
+  kelp::test::TempDir dir;
+  const std::string part = dir.file("part.xml");
+  kelp::test::writeFile(part,
+                        "<item position='1' id='123e4567-e89b-12d3-a456-426614174000' "
+                        "article='SMUGGLED'/>");
+  const std::string text = "<!DOCTYPE basket [<!ENTITY part SYSTEM '" + part +
+                           "'>]>\n<basket currency='EUR' price-date='2026-03-01'>&part;</basket>";
+  Basket b;
+  std::string error;
+  BasketXml::read(text, &b, &error);
+  EXPECT_TRUE(b.items.empty()) << "the external entity was read";
 }

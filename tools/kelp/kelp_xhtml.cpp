@@ -18,8 +18,8 @@ namespace sax = qor::quv::xml::sax;
 namespace {
 
 constexpr const char kXhtmlHelp[] =
-    "usage: kelp xhtml text FILE\n"
-    "       kelp xhtml html FILE\n"
+    "usage: kelp xhtml text [--load-external] FILE\n"
+    "       kelp xhtml html [--load-external] FILE\n"
     "\n"
     "Reads a rich-text page in restricted XHTML (html, head with title,\n"
     "body; paragraphs, headings, pre, address, blockquote, div, lists and\n"
@@ -36,7 +36,11 @@ constexpr const char kXhtmlHelp[] =
     "\n"
     "A page that is not well-formed or breaks the structure rules (a p in a\n"
     "p, a body before the head, text outside the body ...) is reported as\n"
-    "'file:line: message' and the command exits with 1.\n";
+    "'file:line: message' and the command exits with 1.\n"
+    "\n"
+    "--load-external   read external entities (SYSTEM \"file\"), regular files\n"
+    "                  only, relative to the page; without it a reference to\n"
+    "                  one is skipped and no file is opened\n";
 
 // The layout reader, remembering where the parse stopped: the reader hands
 // syntax errors and the structural faults alike to fatalError.
@@ -79,7 +83,7 @@ std::string latin1ToUtf8(const std::string& text) {
 int render(tool::Invocation& inv, bool html) {
   tool::ParsedArgs args;
   int status = tool::kExitOk;
-  if (!tool::parseArgs(inv, 1, {}, args, &status)) return status;
+  if (!tool::parseArgs(inv, 1, {{"load-external", false}}, args, &status)) return status;
   if (!tool::checkOperands(inv, args, 1, 1, &status)) return status;
   const std::string& path = args.operands[0];
   const std::string name = tool::displayName(path);
@@ -90,6 +94,7 @@ int render(tool::Invocation& inv, bool html) {
     return tool::kExitFailed;
   }
   PageReader reader(inv.app);
+  reader.setLoadExternal(args.has("load-external"));
   layout::Document* doc = nullptr;
   bool ok;
   {

@@ -35,10 +35,12 @@ namespace dom = qor::quv::xml::dom;
 namespace {
 
 constexpr const char kXmlHelp[] =
-    "usage: kelp xml check [--html4-entities] [--no-namespaces] [--json] FILE...\n"
-    "       kelp xml events [--html4-entities] [--no-namespaces] FILE\n"
-    "       kelp xml format [--indent N] [--encoding ENC] FILE\n"
-    "       kelp xml canon [--notations] [--html4-entities] [--no-namespaces] FILE\n"
+    "usage: kelp xml check [--html4-entities] [--no-namespaces] [--load-external] [--json] "
+    "FILE...\n"
+    "       kelp xml events [--html4-entities] [--no-namespaces] [--load-external] FILE\n"
+    "       kelp xml format [--indent N] [--encoding ENC] [--load-external] FILE\n"
+    "       kelp xml canon [--notations] [--html4-entities] [--no-namespaces]\n"
+    "                      [--load-external] FILE\n"
     "\n"
     "Reads XML documents with the library's non-validating reader. A FILE\n"
     "named '-' is standard input. Inputs of 4 MiB and more show a progress\n"
@@ -89,6 +91,9 @@ constexpr const char kXmlHelp[] =
     "--html4-entities  undeclared entity names are looked up among the HTML 4\n"
     "                  character entities (&eacute; ...)\n"
     "--no-namespaces   names are not split into prefix and local name\n"
+    "--load-external   read external entities (SYSTEM \"file\"), regular files\n"
+    "                  only, relative to the document; without it a reference\n"
+    "                  to one is skipped and no file is opened\n"
     "\n"
     "Text is read and written as UTF-8 whatever the locale.\n";
 
@@ -138,12 +143,15 @@ class FatalErrors : public sax::DefaultHandler {
 struct ReaderOptions {
   bool namespaces = true;
   bool html4Entities = false;
+  bool loadExternal = false;
 };
 
 void configure(sax::SimpleXMLReader& reader, const ReaderOptions& options) {
   reader.setFeature(sax::SimpleXMLReader::UseUTF8, workInUtf8());
   reader.setFeature(sax::SimpleXMLReader::Namespaces, options.namespaces);
   reader.setFeature(sax::SimpleXMLReader::HTML4Entities, options.html4Entities);
+  reader.setFeature(sax::SimpleXMLReader::ExternalGeneralEntities, options.loadExternal);
+  reader.setFeature(sax::SimpleXMLReader::ExternalParameterEntities, options.loadExternal);
 }
 
 // Why reading a file failed: where and what.
@@ -206,11 +214,13 @@ bool parseFile(const tool::Invocation& inv, const std::string& path, sax::Simple
 
 bool parseReaderOptions(const tool::Invocation& inv, const std::vector<tool::OptionSpec>& extra,
                         tool::ParsedArgs& args, ReaderOptions& options, int* status) {
-  std::vector<tool::OptionSpec> specs = {{"html4-entities", false}, {"no-namespaces", false}};
+  std::vector<tool::OptionSpec> specs = {
+      {"html4-entities", false}, {"no-namespaces", false}, {"load-external", false}};
   specs.insert(specs.end(), extra.begin(), extra.end());
   if (!tool::parseArgs(inv, 1, specs, args, status)) return false;
   options.namespaces = !args.has("no-namespaces");
   options.html4Entities = args.has("html4-entities");
+  options.loadExternal = args.has("load-external");
   return true;
 }
 
@@ -525,7 +535,8 @@ bool writeTree(qx::XMLWriter& writer, const dom::Element* root, std::string* why
 int runFormat(tool::Invocation& inv) {
   tool::ParsedArgs args;
   int status = tool::kExitOk;
-  if (!tool::parseArgs(inv, 1, {{"indent", true}, {"encoding", true}}, args, &status))
+  if (!tool::parseArgs(inv, 1, {{"indent", true}, {"encoding", true}, {"load-external", false}},
+                       args, &status))
     return status;
   if (!tool::checkOperands(inv, args, 1, 1, &status)) return status;
   long indent = 2;
@@ -558,6 +569,8 @@ int runFormat(tool::Invocation& inv) {
   // attributes with the prefix feature.
   reader.setFeature(sax::SimpleXMLReader::Namespaces, false);
   reader.setFeature(sax::SimpleXMLReader::NamespacePrefixes, true);
+  reader.setFeature(sax::SimpleXMLReader::ExternalGeneralEntities, args.has("load-external"));
+  reader.setFeature(sax::SimpleXMLReader::ExternalParameterEntities, args.has("load-external"));
   zob::Ref<dom::Document> doc;
   {
     sax::ISInputSource source("", tool::displayName(path), &in.stream(), false);

@@ -10,6 +10,8 @@
 #include <ktz/ktz_locale.h>
 #include <vorn/vorn_string.h>
 
+#include "xml/sax/sax_Utf8Validator.h"
+
 namespace qor::quv::xml::sax {
 
 namespace {
@@ -17,6 +19,9 @@ namespace {
 // Bits of the flags word.
 constexpr unsigned kConverting = 0x1;  // a codec decodes the input
 constexpr unsigned kExhausted = 0x2;   // the stream has no more bytes
+constexpr unsigned kValidating = 0x4;  // UTF-8 passes through, checked
+constexpr unsigned kToUtf8 = 0x8;      // a codec decodes into UTF-8
+constexpr int kMibUtf8 = 106;
 
 // Raw bytes kept from the start of the input, so that a change of encoding
 // can decode them again.
@@ -98,6 +103,9 @@ struct ISInputSource::Data {
   bool firstConversion = false;  // the next conversion starts the text
   bool finalDone = false;        // the codec has ended the text
   bool errorPending = false;     // a stream error to report on the next fetch
+  // An ill-formed UTF-8 unit, already given its "?", may go on with
+  // continuation bytes in the next block.
+  bool skipContinuations = false;
   // Decoded bytes that did not fit a small fetch.
   char stash[kStashSize];
   std::size_t stashPos = 0;
@@ -169,6 +177,81 @@ struct ISInputSource::Data {
     return static_cast<int>(n);
   }
 
+  // The rest of an ill-formed UTF-8 unit whose "?" went out with the
+  // previous block.
+  void skipPendingContinuations() {
+    while (rawPos < rawEnd && (static_cast<unsigned char>(raw[rawPos]) & 0xC0) == 0x80) ++rawPos;
+    if (rawPos < rawEnd) skipContinuations = false;
+  }
+
+  // UTF-8 passed through without a codec is checked all the same: each
+  // ill-formed unit becomes one "?", as a UTF-8 decoder would make it.
+  int fetchValidated(char* buffer, std::size_t size) {
+    std::size_t produced = 0;
+    for (;;) {
+      if (skipContinuations) skipPendingContinuations();
+      if (rawPos == rawEnd) {
+        if (produced > 0 || (flags & kExhausted)) break;
+        long n = readBlock(size);
+        if (n < 0) return -1;
+        if (n == 0) flags |= kExhausted;
+        continue;
+      }
+      const std::size_t room = size - produced;
+      if (room == 0) break;
+      const std::size_t left = rawEnd - rawPos;
+      const std::size_t chunk = left < room ? left : room;
+      const std::size_t good = detail::utf8ValidPrefix(raw + rawPos, chunk);
+      std::memcpy(buffer + produced, raw + rawPos, good);
+      produced += good;
+      rawPos += good;
+      if (good == chunk) {
+        if (chunk == left) continue;
+        break;
+      }
+      const int len = detail::utf8Sequence(raw + rawPos, left - good);
+      if (len > 0) break;  // whole, but no room left for it
+      if (len < 0 && !(flags & kExhausted)) {
+        // Cut by the end of what was read: the rest comes with the next block.
+        if (produced > 0) break;
+        long n = readBlock(size);
+        if (n < 0) return -1;
+        if (n == 0) flags |= kExhausted;
+        continue;
+      }
+      std::size_t skip =
+          badUnitLength(kMibUtf8, reinterpret_cast<unsigned char*>(raw + rawPos), rawEnd - rawPos);
+      rawPos += skip;
+      if (rawPos == rawEnd && !(flags & kExhausted)) skipContinuations = true;
+      buffer[produced++] = '?';
+    }
+    return static_cast<int>(produced);
+  }
+
+  int decode(char* buffer, std::size_t size) {
+    if (!(flags & kConverting)) return fetchValidated(buffer, size);
+    int n = fetchConverted(buffer, size);
+    if (n > 0 && (flags & kToUtf8)) n = static_cast<int>(repairUtf8(buffer, static_cast<std::size_t>(n)));
+    return n;
+  }
+
+  // The codecs' own idea of UTF-8 is wider than RFC 3629 (five- and
+  // six-byte forms, values beyond U+10FFFF from UCS-4): what they make is
+  // checked as well, each ill-formed unit made one "?" in place.
+  static std::size_t repairUtf8(char* buffer, std::size_t n) {
+    std::size_t r = detail::utf8ValidPrefix(buffer, n);
+    std::size_t w = r;
+    while (r < n) {
+      r += badUnitLength(kMibUtf8, reinterpret_cast<unsigned char*>(buffer + r), n - r);
+      buffer[w++] = '?';
+      std::size_t good = detail::utf8ValidPrefix(buffer + r, n - r);
+      std::memmove(buffer + w, buffer + r, good);
+      w += good;
+      r += good;
+    }
+    return w;
+  }
+
   // One call of the codec on the pending raw input.
   ZResult convert(char* out, std::size_t outSize, std::size_t* made) {
     unsigned convFlags =
@@ -193,6 +276,7 @@ struct ISInputSource::Data {
       return static_cast<int>(produced);
     };
     while (produced < size) {
+      if (skipContinuations) skipPendingContinuations();
       if (rawPos == rawEnd) {
         if (flags & kExhausted) {
           if (!finalDone) {
@@ -233,6 +317,7 @@ struct ISInputSource::Data {
         std::size_t skip =
             badUnitLength(mib, reinterpret_cast<unsigned char*>(raw + rawPos), rawEnd - rawPos);
         rawPos += skip;
+        if (mib == kMibUtf8 && rawPos == rawEnd && !(flags & kExhausted)) skipContinuations = true;
         buffer[produced++] = '?';
         continue;
       }
@@ -264,8 +349,9 @@ bool ISInputSource::setEncoding(const char* from, const char* to) {
   Data* m = m_;
   ktzCloseTextCodec(m->codec);
   m->codec = nullptr;
-  m->flags &= ~kConverting;
+  m->flags &= ~(kConverting | kValidating | kToUtf8);
   m->mib = 0;
+  m->skipContinuations = false;
   reset();
   // Decode again from the start of the raw block.
   m->rawPos = 0;
@@ -283,8 +369,11 @@ bool ISInputSource::setEncoding(const char* from, const char* to) {
   if (std::strcmp(from, to) != 0) {
     if (EFAILED(ktzOpenTextCodec(from, to, &m->codec))) return false;
     m->flags |= kConverting;
+    if (ktzCSNameToMIBenum(to) == kMibUtf8) m->flags |= kToUtf8;
     m->mib = ktzCSNameToMIBenum(from);
     m->firstConversion = true;
+  } else if (ktzCSNameToMIBenum(from) == kMibUtf8) {
+    m->flags |= kValidating;
   }
   if (gStrNCaseCmp(from, "UTF-", 4) == 0) {
     for (const ByteOrderMark& mark : kMarks) {
@@ -321,9 +410,9 @@ int ISInputSource::fetch(char* buffer, std::size_t size) {
     m->errorPending = false;
     return -1;
   }
-  if (!(m->flags & kConverting)) return m->fetchRaw(buffer, size);
-  if (size >= kStashSize) return m->fetchConverted(buffer, size);
-  int n = m->fetchConverted(m->stash, kStashSize);
+  if (!(m->flags & (kConverting | kValidating))) return m->fetchRaw(buffer, size);
+  if (size >= kStashSize) return m->decode(buffer, size);
+  int n = m->decode(m->stash, kStashSize);
   if (n <= 0) return n;
   m->stashPos = 0;
   m->stashLen = static_cast<std::size_t>(n);

@@ -5,15 +5,18 @@
 #define QUV_SOURCE_NAME "sax_SimpleXMLReader"
 #include <kelp/xml/sax/sax_SimpleXMLReader.h>
 
+#include <fcntl.h>
 #include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
+#include <exception>
 #include <new>
 #include <string>
 #include <string_view>
@@ -41,11 +44,17 @@ namespace qor::quv::xml::sax {
 
 #define KELP_SAX_FEATURES "http://xml.org/sax/features/"
 #define KELP_OWN_FEATURES "http://www.qor-software.net/quv/sax/features/"
+#define KELP_OWN_PROPERTIES "http://www.qor-software.net/quv/sax/properties/"
 
 const char* const SimpleXMLReader::Namespaces = KELP_SAX_FEATURES "namespaces";
 const char* const SimpleXMLReader::NamespacePrefixes = KELP_SAX_FEATURES "namespace-prefixes";
 const char* const SimpleXMLReader::UseUTF8 = KELP_OWN_FEATURES "use-utf8";
 const char* const SimpleXMLReader::HTML4Entities = KELP_OWN_FEATURES "html4-entities";
+const char* const SimpleXMLReader::ExternalGeneralEntities =
+    KELP_SAX_FEATURES "external-general-entities";
+const char* const SimpleXMLReader::ExternalParameterEntities =
+    KELP_SAX_FEATURES "external-parameter-entities";
+const char* const SimpleXMLReader::MaxTokenSize = KELP_OWN_PROPERTIES "max-token-size";
 
 namespace {
 
@@ -63,6 +72,7 @@ constexpr char kIllegalCharacter[] = "syntax error (illegal character)";
 constexpr char kCrossesEntity[] = "syntax error (markup crosses an entity boundary)";
 constexpr char kExpansionLimit[] = "entity expansion limit exceeded";
 constexpr std::size_t kExpansionCharge = 32;
+constexpr char kOutOfMemory[] = "out of memory";
 
 // Where a reference stands; decides how its replacement is delivered.
 enum class RefContext { Content, AttributeValue, EntityValue };
@@ -164,7 +174,7 @@ class EntityTextSource final : public InputSource {
       const std::size_t len = std::strlen(*q);
       if (have < len || std::memcmp(p_, *q, len) != 0) continue;
       if (!follow || !*follow) return true;
-      if (have > len && std::strchr(follow, p_[len])) return true;
+      if (have > len && p_[len] && std::strchr(follow, p_[len])) return true;
     }
     return false;
   }
@@ -279,6 +289,13 @@ struct SimpleXMLReader::Data {
   bool namespacePrefixes = false;
   bool useUtf8 = false;
   bool html4Entities = false;
+  bool externalGeneral = false;
+  bool externalParameter = false;
+  // The most bytes one token (a name, an attribute value, a run of text, a
+  // comment ...) may hold in memory.
+  std::size_t maxToken = SimpleXMLReader::kDefaultMaxTokenSize;
+
+  bool failed = false;  // a fatal error was reported in this parse
 
   // Scratch texts: character data, comments and PI data (text); attribute
   // and declaration values (value); names that span buffer refills
@@ -372,6 +389,8 @@ struct SimpleXMLReader::Data {
     if (name == SimpleXMLReader::NamespacePrefixes) return &namespacePrefixes;
     if (name == SimpleXMLReader::UseUTF8) return &useUtf8;
     if (name == SimpleXMLReader::HTML4Entities) return &html4Entities;
+    if (name == SimpleXMLReader::ExternalGeneralEntities) return &externalGeneral;
+    if (name == SimpleXMLReader::ExternalParameterEntities) return &externalParameter;
     return nullptr;
   }
 
@@ -381,7 +400,11 @@ struct SimpleXMLReader::Data {
   // returns false so that grammar routines can `return fatal(...)`.
   bool fatal(const std::string& msg) {
     cur.commit();
-    SAXParseException ex(msg, input->getLocator());
+    if (failed) return false;  // the first error ends the parse; callers may only echo it
+    failed = true;
+    // Input refused for the expansion budget looks like its end to the
+    // grammar: the budget is the reason.
+    SAXParseException ex(cur.overBudget ? std::string(kExpansionLimit) : msg, input->getLocator());
     errors->fatalError(ex);  // its answer changes nothing: the parse stops
     return false;
   }
@@ -397,6 +420,10 @@ struct SimpleXMLReader::Data {
   template <class Handler>
   bool refused(Handler* h) {
     return fatal(h->getErrorMessage());
+  }
+  // A token past maxToken: the parse ends rather than memory.
+  bool tooLong() {
+    return fatal(std::string("token longer than the limit of %1 bytes") << std::to_string(maxToken));
   }
 
   // ---- scanning -----------------------------------------------------------
@@ -469,6 +496,10 @@ struct SimpleXMLReader::Data {
     // forbids and a decoder would not have let through are looked for here.
     if (useUtf8) stop |= detail::kUtf8Check;
     for (;;) {
+      if (out.size() > maxToken) [[unlikely]] {
+        tooLong();
+        return -2;
+      }
       if (cur.p == cur.e) {
         if (!cur.fill()) return -1;
         if (untilEntityEnd && cur.ended) return kEntityEnded;
@@ -537,6 +568,10 @@ struct SimpleXMLReader::Data {
         }
         out.append(s, static_cast<size_t>(p - s));
         cur.p = p;
+        if (out.size() > maxToken) [[unlikely]] {
+          tooLong();
+          return -2;
+        }
         return static_cast<unsigned char>(*p);
       }
       out.append(s, static_cast<size_t>(p - s));
@@ -616,7 +651,7 @@ struct SimpleXMLReader::Data {
         if (!colons++) colon = p;
         ++p;
       }
-      if (p < cur.e && !(c & detail::kNonAscii)) {
+      if (p < cur.e && !(c & detail::kNonAscii) && static_cast<size_t>(p - s) <= maxToken) {
         cur.p = p;
         *length = static_cast<size_t>(p - s);
         char* name = scratchCopy(s, *length);
@@ -660,6 +695,7 @@ struct SimpleXMLReader::Data {
         while (p < cur.e && (scanClass(*p) & detail::kNameChar)) ++p;
         nameBuf.append(s, static_cast<size_t>(p - s));
         cur.p = p;
+        if (nameBuf.size() > maxToken) return tooLong(), nullptr;
         continue;
       }
       if (!(cls & detail::kNonAscii)) break;
@@ -675,8 +711,10 @@ struct SimpleXMLReader::Data {
       }
       nameBuf.append(p, static_cast<size_t>(n));
       cur.p = p + n;
+      if (nameBuf.size() > maxToken) return tooLong(), nullptr;
     }
     if (nameBuf.empty()) return nullptr;
+    if (nameBuf.size() > maxToken) return tooLong(), nullptr;
     *length = nameBuf.size();
     return scratchCopy(nameBuf.data(), nameBuf.size());
   }
@@ -698,7 +736,7 @@ struct SimpleXMLReader::Data {
 
   // Reads an attribute value after its opening quote, resolving references;
   // the result lives in the scratch allocator. Null after a reported error.
-  const char* readAttributeValue(char quote) {
+  const char* readAttributeValue(char quote, size_t* length = nullptr) {
     const std::uint16_t stop = (quote == '"' ? detail::kAttrDqStop : detail::kAttrSqStop) |
                                (useUtf8 ? detail::kUtf8Check : 0);
     // The common case: the whole value lies in the window and holds no
@@ -706,8 +744,9 @@ struct SimpleXMLReader::Data {
     const char* s = cur.p;
     const char* p = s;
     while (p < cur.e && !(scanClass(*p) & stop)) ++p;
-    if (p < cur.e && *p == quote) {
+    if (p < cur.e && *p == quote && static_cast<size_t>(p - s) <= maxToken) {
       cur.p = p + 1;
+      if (length) *length = static_cast<size_t>(p - s);
       return scratchCopy(s, static_cast<size_t>(p - s));
     }
     value.clear();
@@ -727,6 +766,7 @@ struct SimpleXMLReader::Data {
       // '&': the replacement becomes part of the value
       if (!reference(RefContext::AttributeValue, quote, value)) return nullptr;
     }
+    if (length) *length = value.size();
     return scratchCopy(value.data(), value.size());
   }
 
@@ -999,9 +1039,6 @@ struct SimpleXMLReader::Data {
     if (!external) return content->skippedEntity(entity->getName().c_str()) || refused(content);
     if (!external->getNotation().empty())
       return fatal(std::string("reference to unparsed entity '%1'") << entity->getName());
-    if (where == RefContext::AttributeValue)
-      return fatal(std::string("reference to external entity '%1' in attribute value")
-                   << entity->getName());
     if (!withinLimits(0)) return false;
     InputSource* source = nullptr;
     if (!resolver->resolveEntity(external->getPublicId().c_str(), external->getSystemId().c_str(),
@@ -1009,37 +1046,58 @@ struct SimpleXMLReader::Data {
       delete source;
       return refused(resolver);
     }
+    // A source of the resolver's own is the application's choice; the
+    // reader opens a file of its own accord only when asked to.
+    const bool parameter = entity->getName()[0] == '%';
+    if (!source && !(parameter ? externalParameter : externalGeneral))
+      return content->skippedEntity(entity->getName().c_str()) || refused(content);
     if (!source && !(source = openEntity(external, here))) return false;
     if (report && !lexical->startEntity(external->getName().c_str())) {
       delete source;
       return refused(lexical);
     }
+    cur.pruneExternals();
     input->push(source);
+    cur.externals.push_back({source, input->depth()});
     enterEntity();
     if (report) watchEntity(external);
-    return externalEntityStart(source);
+    // The text declaration is read with the scratch value, which may hold
+    // the attribute value this entity is part of.
+    std::string held;
+    held.swap(value);
+    bool ok = externalEntityStart(source);
+    held.swap(value);
+    return ok;
   }
 
   // The source for an external entity that the resolver left to the reader:
-  // the system id as a file path, relative to the referring input's.
+  // the system id as a file path, relative to the referring input's, and
+  // only a regular file: a device, a FIFO or a directory could block the
+  // parse or never end. Opened without blocking, then checked.
   InputSource* openEntity(ExternalEntity* entity, const Locator& here) {
     namespace fs = std::filesystem;
-    std::error_code ec;
     fs::path path(entity->getSystemId());
     if (path.is_relative() && !here.getSystemId().empty())
       path = fs::path(here.getSystemId()).parent_path() / path;
     const std::string file = path.string();
+    int fd = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+    if (fd < 0) {
+      const char* why = errno == ENOENT || errno == ENOTDIR ? "entity '%1' doesn't exist"
+                        : errno == EACCES                  ? "entity '%1' not readable"
+                                                           : "failed to open entity '%1'";
+      return fatal(std::string(why) << file), nullptr;
+    }
     struct stat st;
-    if (::stat(file.c_str(), &st) != 0)
-      return fatal(std::string("entity '%1' doesn't exist") << file), nullptr;
-    if (::access(file.c_str(), R_OK) != 0)
-      return fatal(std::string("entity '%1' not readable") << file), nullptr;
-    auto* stream = new std::ifstream(file, std::ios::binary);
-    if (!*stream) {
-      delete stream;
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+      ::close(fd);
+      return fatal(std::string("entity '%1' is not a regular file") << file), nullptr;
+    }
+    zob::Ref<zob::io::IInputStream> stream;
+    if (EFAILED(zobCreateFdInputStream(fd, true, stream.out()))) {
+      ::close(fd);
       return fatal(std::string("failed to open entity '%1'") << file), nullptr;
     }
-    return new ISInputSource(entity->getPublicId(), file, stream, true);
+    return new ISInputSource(entity->getPublicId(), file, stream.get());
   }
 
   // The byte-order mark and text declaration of an external entity just
@@ -1190,6 +1248,7 @@ struct SimpleXMLReader::Data {
     size_t bindingsBefore = bindings.size();
     attrs.clear();
     bool empty = false;
+    size_t tagBytes = qLength;  // the tag as held in memory: one token too
     for (;;) {
       bool space = skipSpace();
       int c = cur.peek();
@@ -1217,7 +1276,8 @@ struct SimpleXMLReader::Data {
       if (c < 0) return endOfInput();
       if (c != '"' && c != '\'') return expectedOneOf("\"'");
       cur.skip();
-      const char* v = readAttributeValue(static_cast<char>(c));
+      size_t valueLength = 0;
+      const char* v = readAttributeValue(static_cast<char>(c), &valueLength);
       if (!v) return false;
       if (colon && !checkQName(name, nameLength, colon, colons, false)) return false;
       if (isNamespaceDeclaration(name)) {
@@ -1230,6 +1290,8 @@ struct SimpleXMLReader::Data {
           continue;
         }
       }
+      tagBytes += nameLength + valueLength;
+      if (tagBytes > maxToken) return tooLong();
       if (attrs.capacity() == 0) attrs.reserve(32);
       attrs.push_back({name, nameLength, v, colon});
     }
@@ -1471,6 +1533,7 @@ struct SimpleXMLReader::Data {
       if (c < 0) return endOfInput();
       if (c == q) break;
       if (!check(c, value.size())) return false;
+      if (value.size() >= maxToken) return tooLong();
       value += static_cast<char>(c);
       cur.skip();
     }
@@ -1512,7 +1575,7 @@ struct SimpleXMLReader::Data {
     bool space = true;
     if (accept("version", 7)) {
       bool ok = declValue([this](int c, size_t) {
-        if (isAsciiLetter(c) || isDigit(c) || std::strchr("_.:-", c)) return true;
+        if (isAsciiLetter(c) || isDigit(c) || (c && std::strchr("_.:-", c))) return true;
         return fatal("syntax error (invalid character in version number)");
       });
       if (!ok) return false;
@@ -1530,7 +1593,7 @@ struct SimpleXMLReader::Data {
         if (i == 0 && !isAsciiLetter(c))
           return fatal(
               "syntax error (first character of encoding name must be an ISO-Latin1 letter)");
-        if (isAsciiLetter(c) || isDigit(c) || std::strchr("._-", c)) return true;
+        if (isAsciiLetter(c) || isDigit(c) || (c && std::strchr("._-", c))) return true;
         return fatal("syntax error (invalid character in encoding name)");
       });
       if (!ok) return false;
@@ -1584,6 +1647,7 @@ struct SimpleXMLReader::Data {
       if (c < 0) return false;
       if (c == q) return true;
       if (publicId && !isPublicIdChar(c)) return fatal("invalid character in public id");
+      if (out.size() >= maxToken) return tooLong();
       out += static_cast<char>(c);
     }
   }
@@ -1691,14 +1755,15 @@ struct SimpleXMLReader::Data {
     }
   }
 
-  // "%name;" between declarations. External parameter entities are not
-  // read; they and undeclared names are reported as skipped, "%" first.
+  // "%name;" between declarations. External parameter entities are read
+  // only with the external-parameter-entities feature; without it they and
+  // undeclared names are reported as skipped, "%" first.
   bool parameterReference() {
     const char* n = name();
     if (!n || !expect(';')) return false;
     std::string key = std::string("%") + n;
     auto it = entities.find(key);
-    if (it != entities.end() && it->second.internal)
+    if (it != entities.end() && (it->second.internal || externalParameter))
       return pushEntity(RefContext::Content, it->second);
     return content->skippedEntity(key.c_str()) || refused(content);
   }
@@ -1739,6 +1804,7 @@ struct SimpleXMLReader::Data {
       skipSpace();
       const char* n = name();
       if (!n) return false;
+      if (model.size() > maxToken) return tooLong();
       model += '|';
       model += n;
       names = true;
@@ -1778,6 +1844,7 @@ struct SimpleXMLReader::Data {
       }
       const char* n = name();
       if (!n) return false;
+      if (model.size() > maxToken) return tooLong();
       model += n;
       suffix(model);
       // separators and the ends of groups
@@ -1819,6 +1886,7 @@ struct SimpleXMLReader::Data {
         if (cur.peek() < 0) return endOfInput();
         return names ? fatal(kNameExpected) : fatal("syntax error (enumerator expected)");
       }
+      if (type.size() > maxToken) return tooLong();
       type += item;
       skipSpace();
       int c = cur.next();
@@ -1911,6 +1979,7 @@ struct SimpleXMLReader::Data {
       if (c < 0) return false;
       if (c == quote) return true;
       if (c == '%') return fatal("syntax error (parameter entity reference in entity value)");
+      if (out.size() >= maxToken) return tooLong();
       if (c != '&') {
         out += static_cast<char>(c);
         continue;
@@ -2013,9 +2082,58 @@ struct SimpleXMLReader::Data {
     return misc(false);
   }
 
+  // Reads one document; no exception leaves it. An allocation that fails
+  // ends the parse with the fatal error "out of memory" (the scratch texts
+  // are let go first, so that the report itself has room).
   bool parse(InputSource* source) {
+    void* base = scratch.getAllocBase();
+    bool ok = false;
+    try {
+      ok = parseDocument(source);
+    } catch (...) {
+      // Only the setting up and the taking down come here: input is gone.
+      input = nullptr;
+      cur.attach(nullptr);
+      open.clear();
+      started.clear();
+      scratch.setAllocBase(base);
+      try {
+        errors->fatalError(SAXParseException(kOutOfMemory, DefaultLocator("", "", 0, 0)));
+      } catch (...) {
+      }
+      return false;
+    }
+    return ok;
+  }
+
+  // After an exception from inside the parse (an allocation, or a handler
+  // of the application's that throws).
+  void reportException(std::exception_ptr ex) {
+    text = std::string();
+    value = std::string();
+    nameBuf = std::string();
+    std::string why = kOutOfMemory;
+    try {
+      std::rethrow_exception(ex);
+    } catch (const std::bad_alloc&) {
+    } catch (const std::exception& e) {
+      try {
+        why = std::string("exception: %1") << e.what();
+      } catch (...) {
+      }
+    } catch (...) {
+      why = "exception";
+    }
+    try {
+      fatal(why);
+    } catch (...) {
+    }
+  }
+
+  bool parseDocument(InputSource* source) {
     text.clear();
     value.clear();
+    failed = false;
     resetBindings();
     closeCodec();
     attrs.clear();
@@ -2027,19 +2145,31 @@ struct SimpleXMLReader::Data {
     StackedInputSource stacked(source);
     input = &stacked;
     cur.attach(&stacked, &stacked);
+    cur.expanded = &counters.expandedBytes;
+    cur.expansionMin = limits.minExpansion;
+    cur.expansionFactor = limits.expansionFactor;
     counters = EntityCounters();
     instances.assign(1, 0);
     serial = 0;
     started.clear();
-    content->setDocumentLocator(stacked.getLocator());
     bool ok = false;
-    if (content->startDocument())
-      ok = document();
-    else
-      refused(content);
+    try {
+      content->setDocumentLocator(stacked.getLocator());
+      if (content->startDocument())
+        ok = document() && !cur.overBudget;
+      else
+        refused(content);
+    } catch (...) {
+      ok = false;
+      reportException(std::current_exception());
+    }
+    if (cur.overBudget) fatal(kExpansionLimit);  // (reported already, unless by a handler)
     cur.drop();
     counters.documentBytes = cur.outerBytes;
-    content->endDocument();
+    try {
+      content->endDocument();
+    } catch (...) {
+    }
     input = nullptr;
     cur.attach(nullptr);
     open.clear();
@@ -2115,6 +2245,23 @@ bool SimpleXMLReader::parse(InputSource* input) {
   return d->parse(input);
 }
 
+bool SimpleXMLReader::setProperty(const std::string& name, std::size_t value) {
+  if (name == MaxTokenSize && value > 0) {
+    d->maxToken = value;
+    return true;
+  }
+  util::eDebug(d->app.get(), QUV_LOG_CATEGORY,
+               std::string("Request to set unknown property %1 to %2") << name
+                                                                      << std::to_string(value));
+  return false;
+}
+
+bool SimpleXMLReader::getProperty(const std::string& name, std::size_t* value) const {
+  if (name != MaxTokenSize) return false;
+  if (value) *value = d->maxToken;
+  return true;
+}
+
 void SimpleXMLReader::setEntityLimits(const EntityLimits& limits) {
   d->limits = limits;
 }
@@ -2132,6 +2279,18 @@ const SimpleXMLReader::Entity* SimpleXMLReader::getEntity(const std::string& nam
 }
 
 bool SimpleXMLReader::parse(const std::string& systemId) {
+  try {
+    return parseFile(systemId);
+  } catch (...) {  // setting up the source; the parse itself catches its own
+    try {
+      d->errors->fatalError(SAXParseException(kOutOfMemory, DefaultLocator("", "", 0, 0)));
+    } catch (...) {
+    }
+    return false;
+  }
+}
+
+bool SimpleXMLReader::parseFile(const std::string& systemId) {
   const char* message = nullptr;
   struct stat st;
   if (::stat(systemId.c_str(), &st) != 0)

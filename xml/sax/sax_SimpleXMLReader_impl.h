@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 #include <kelp/xml/sax/sax_InputSource.h>
 #include <kelp/xml/sax/sax_StackedInputSource.h>
@@ -137,6 +138,20 @@ struct Cursor {
   // depth of the innermost entity whose end is awaited (0: none).
   std::size_t watchDepth = 0;
   bool ended = false;
+  // External entities on the stack (source and depth, innermost last).
+  // Every byte taken from one counts against the expansion budget, the
+  // larger of expansionMin and expansionFactor times outerBytes; a new
+  // window is refused once the count has passed it (overBudget).
+  struct External {
+    const InputSource* source;
+    std::size_t depth;
+  };
+  std::vector<External> externals;
+  bool inExternal = false;
+  bool overBudget = false;
+  std::size_t* expanded = nullptr;
+  std::size_t expansionMin = 0;
+  std::size_t expansionFactor = 0;
 
   void attach(InputSource* source, StackedInputSource* stacked = nullptr) {
     in = base = stacked ? stacked->top() : source;
@@ -147,12 +162,30 @@ struct Cursor {
     outerBytes = 0;
     watchDepth = 0;
     ended = false;
+    externals.clear();
+    inExternal = false;
+    overBudget = false;
+  }
+  // Forgets the external entities that have left the stack.
+  void pruneExternals() {
+    const std::size_t depth = stack ? stack->depth() : 0;
+    while (!externals.empty() && externals.back().depth > depth) externals.pop_back();
+  }
+  bool withinBudget() const {
+    std::size_t budget;
+    if (__builtin_mul_overflow(outerBytes, expansionFactor, &budget))
+      budget = static_cast<std::size_t>(-1);
+    if (budget < expansionMin) budget = expansionMin;
+    return *expanded <= budget;
   }
   void commit() {
     if (p != mark) {
       std::size_t n = static_cast<std::size_t>(p - mark);
       in->consumeRun(n, lineFeeds);
-      if (!inEntity) outerBytes += n;
+      if (!inEntity)
+        outerBytes += n;
+      else if (inExternal)
+        *expanded += n;
     }
     mark = p;
     lineFeeds = 0;
@@ -167,6 +200,11 @@ struct Cursor {
   // error (the source's flags tell which).
   bool fill() {
     commit();
+    if (inExternal && !withinBudget()) overBudget = true;
+    if (overBudget) {
+      mark = p = e = nullptr;
+      return false;
+    }
     const char* b = nullptr;
     const char* end = nullptr;
     if (stack) {
@@ -181,6 +219,17 @@ struct Cursor {
       }
       inEntity = in != base;
       if (stack->depth() < watchDepth) ended = true;
+      inExternal = false;
+      if (!externals.empty()) {
+        pruneExternals();
+        inExternal = !externals.empty() && externals.back().source == in &&
+                     externals.back().depth == stack->depth();
+        if (inExternal && !withinBudget()) {
+          overBudget = true;
+          mark = p = e = nullptr;
+          return false;
+        }
+      }
     } else if (!in->peekRun(&b, &end) || b == end) {
       mark = p = e = nullptr;
       return false;

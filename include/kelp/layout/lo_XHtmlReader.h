@@ -104,6 +104,9 @@ class KELP_API XHtmlReader : public xml::sax::DefaultHandler {
    * receives a new document carrying one reference; otherwise it is set to
    * null (when out is not null). Returns whether the page was read. */
   bool parse(xml::sax::InputSource* input, Document** out);
+  /* Whether the reader reads external entities that no resolver served
+   * (SimpleXMLReader's external-entity features); off by default. */
+  void setLoadExternal(bool load);
 
   /* The last structural fault. */
   std::string getErrorMessage() override;
@@ -148,6 +151,7 @@ class KELP_API XHtmlReader : public xml::sax::DefaultHandler {
   std::vector<std::uint16_t> utf16_;
   std::size_t utf16Length_;
   std::string errorMessage_;
+  bool loadExternal_ = false;
 };
 
 }  // namespace qor::quv::layout

@@ -67,6 +67,8 @@ class KELP_API DomReader {
   struct Data;
   template <class Parse>
   zob::Ref<dom::Document> run(Parse parse);
+  template <class Parse>
+  zob::Ref<dom::Document> build(Parse parse);
   Data* d_;
 };
 

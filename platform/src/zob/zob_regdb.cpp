@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -455,9 +456,11 @@ ZResult openDatabase(Hive hive, bool needWrite, sqlite3** out) {
   if (tables == 0) {
     if (!needWrite) return fail(zob::kNotFound);
     if (ZResult r = exec(db, kSchema); EFAILED(r)) return fail(r);
-    std::string pragmas = "PRAGMA application_id=" + std::to_string(kApplicationId) +
-                          "; PRAGMA user_version=" + std::to_string(kSchemaVersion);
-    if (ZResult r = exec(db, pragmas.c_str()); EFAILED(r)) return fail(r);
+    // Formatted in place: an allocation failure here would lose the handle.
+    char pragmas[96];
+    std::snprintf(pragmas, sizeof pragmas, "PRAGMA application_id=%d; PRAGMA user_version=%d",
+                  kApplicationId, kSchemaVersion);
+    if (ZResult r = exec(db, pragmas); EFAILED(r)) return fail(r);
     if (ZResult r = txn.commit(); EFAILED(r)) return fail(r);
   } else if (appId != kApplicationId) {
     return fail(zob::kCorrupt);
@@ -493,7 +496,15 @@ class Registry final : public zob::detail::Counted<zob::regdb::IRegistry> {
       }
     }
     if (!db) {
-      if (ZResult r = openDatabase(hive, needWrite, &db); EFAILED(r)) return r;
+      // Only the paths are built on the heap, before the database is
+      // opened: running out of memory there leaves nothing open.
+      ZResult r;
+      try {
+        r = openDatabase(hive, needWrite, &db);
+      } catch (const std::bad_alloc&) {
+        r = zob::kOutOfMemory;
+      }
+      if (EFAILED(r)) return r;
       writer = needWrite;
     }
     return addHandle({hive, kRootId, access}, key);

@@ -242,7 +242,8 @@ TEST(SaxISInputSource, EqualNamesPassBytesThrough) {
   const std::string raw =
       "\xc3"
       "A\xff\xfe";
-  EXPECT_EQ(decode(raw, "UTF-8", "UTF-8", {}), raw);
+  // UTF-8 is checked on its way through: each ill-formed unit is one "?".
+  EXPECT_EQ(decode(raw, "UTF-8", "UTF-8", {}), "?A??");
   EXPECT_EQ(decode(raw, "ISO-8859-1", "ISO-8859-1", {1}), raw);
   // Before any setEncoding nothing is converted either.
   zob::Ref<zob::io::IInputStream> stream(new ChunkedStream(raw, {}));
@@ -447,4 +448,38 @@ TEST(SaxISInputSource, ScannersOnDecodedText) {
     EXPECT_TRUE(in.testPending(eq, "1"));
     EXPECT_EQ(drain(in), "=\"1\"");
   }
+}
+
+// UTF-8 passing through is checked as a decoder would: each ill-formed unit
+// (a lead byte and the continuation bytes after it) is one "?", wherever
+// the stream's blocks cut it; the same with a codec ("utf-8" differs from
+// "UTF-8").
+TEST(SaxISInputSource, PassedThroughUtf8IsChecked) {
+  const struct {
+    std::string raw;
+    std::string expected;
+  } cases[] = {
+      {"a\xC0\xBC" "b", "a?b"},
+      {"a\xED\xA0\x80" "b", "a?b"},
+      {"a\xF4\x90\x80\x80" "b", "a?b"},
+      {"a\x80\x80\x80" "b", "a?b"},
+      {"a\xE2\x82" "b\xE2\x82", "a?b?"},
+      {"\xC3\xA9\xE2\x82\xAC\xF0\x9D\x84\x9E", "\xC3\xA9\xE2\x82\xAC\xF0\x9D\x84\x9E"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::PrintToString(c.raw));
+    for (const auto& blocks : kelp::test::blockPatterns()) {
+      SCOPED_TRACE(trace(blocks));
+      EXPECT_EQ(decode(c.raw, "UTF-8", "UTF-8", blocks), c.expected);
+      EXPECT_EQ(decode(c.raw, "utf-8", "UTF-8", blocks), c.expected);
+    }
+  }
+}
+
+// What a codec makes into UTF-8 is held to the same rule: forms that the
+// codec's own decoders accept (five-byte sequences, UCS-4 values beyond
+// U+10FFFF) arrive as "?".
+TEST(SaxISInputSource, CodecOutputIsWellFormedUtf8) {
+  EXPECT_EQ(decode("a\xF8\x88\x80\x80\x80" "b", "utf-8", "UTF-8", {}), "a?b");
+  EXPECT_EQ(decode(std::string("\0\0\0a\0\x20\0\0\0\0\0b", 12), "UCS-4", "UTF-8", {}), "a?b");
 }

@@ -17,7 +17,13 @@
  * encoding (by its MIBenum: a UTF-8 lead byte with its continuation bytes,
  * 2 bytes of UCS-2 or UTF-16, 4 of a surrogate pair that failed, 4 of UCS-4
  * and UTF-32, 1 byte of anything else; the rest of the input when fewer
- * bytes remain than a unit) becomes one "?".
+ * bytes remain than a unit) becomes one "?". UTF-8 that passes through
+ * without a codec (`from` and `to` both UTF-8) is checked all the same:
+ * each ill-formed sequence (an overlong form, a surrogate, a value beyond
+ * U+10FFFF, a truncated sequence, a stray continuation byte) becomes one
+ * "?", so a reader never sees ill-formed UTF-8. What a codec makes into
+ * UTF-8 is held to the same rule (the platform's decoders accept wider
+ * forms, such as UCS-4 values beyond U+10FFFF).
  *
  * The source holds a reference to an object-model stream; a standard
  * stream is deleted at the end only when the source owns it. One thread at

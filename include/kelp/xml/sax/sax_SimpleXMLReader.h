@@ -40,7 +40,35 @@
  * bytes and EntityLimits::expansionFactor times the bytes read so far from
  * the document itself (each expansion counts as its text plus 32 bytes,
  * the cost of reading it). Past a bound the parse ends with the fatal error
- * "entity expansion limit exceeded". */
+ * "entity expansion limit exceeded". Every byte read from an external
+ * entity counts against the same bound as internal replacement text.
+ *
+ * External entities are off by default: the reader opens no file of its
+ * own accord. A reference to an external parsed entity asks the entity
+ * resolver first; a source that the resolver returns is read whatever the
+ * features say (that is the application's choice). When the resolver
+ * answers true without a source (as DefaultHandler does), the reference
+ * goes to ContentHandler::skippedEntity unless the feature
+ * ExternalGeneralEntities (ExternalParameterEntities for "%name;" in the
+ * internal subset) is on; then the system id is opened as a file path,
+ * relative to the referring input's, and only when it names a regular
+ * file (never a device, a FIFO or a directory: "entity '%1' is not a
+ * regular file"). External parameter entities are not even offered to the
+ * resolver while their feature is off. In attribute values, external
+ * parsed entities are read under the same rules.
+ *
+ * Memory is bounded: no single token held in memory (a name, an attribute
+ * value or a whole start tag, a run of character data, a comment, a
+ * processing instruction, a CDATA section, a literal or entity value) may
+ * pass the property MaxTokenSize (default kDefaultMaxTokenSize, 64 MiB);
+ * past it the parse ends with the fatal error "token longer than the limit
+ * of N bytes" at the line where it happened. No exception leaves parse():
+ * an allocation that fails ends the parse with the fatal error "out of
+ * memory"; an exception thrown by a handler ends it too.
+ *
+ * UTF-8 handed to handlers is well formed: ISInputSource turns each
+ * ill-formed sequence into "?", also when UTF-8 passes through without a
+ * codec. */
 #ifndef KELP_XML_SAX_SAX_SIMPLEXMLREADER_H
 #define KELP_XML_SAX_SAX_SIMPLEXMLREADER_H
 
@@ -63,6 +91,15 @@ class KELP_API SimpleXMLReader : public XMLReader {
    * entity set. */
   static const char* const UseUTF8;
   static const char* const HTML4Entities;
+  /* The SAX2 features "external-general-entities" and
+   * "external-parameter-entities", both off by default (see above). */
+  static const char* const ExternalGeneralEntities;
+  static const char* const ExternalParameterEntities;
+  /* The reader's own property
+   * "http://www.qor-software.net/quv/sax/properties/max-token-size": the
+   * most bytes one token may hold (see above). */
+  static const char* const MaxTokenSize;
+  static constexpr std::size_t kDefaultMaxTokenSize = std::size_t{64} << 20;
 
   /* A declared entity, counted: addRef and release (deleted at zero). */
   class KELP_API Entity {
@@ -136,7 +173,7 @@ class KELP_API SimpleXMLReader : public XMLReader {
   void setLexicalHandler(LexicalHandler* handler) override;
   LexicalHandler* getLexicalHandler() const override;
 
-  /* Exactly the four features above are known; other names change nothing
+  /* Exactly the six features above are known; other names change nothing
    * (setFeature) or read as false (getFeature), with a debug message. */
   void setFeature(const std::string& name, bool value) override;
   bool getFeature(const std::string& name) override;
@@ -147,6 +184,13 @@ class KELP_API SimpleXMLReader : public XMLReader {
   /* Reads the file at systemId. */
   bool parse(const std::string& systemId) override;
 
+  /* Properties by name: MaxTokenSize is the only one, a byte count from 1.
+   * setProperty answers false (with a debug message) and changes nothing
+   * for another name or the value 0; getProperty answers false for
+   * another name. */
+  bool setProperty(const std::string& name, std::size_t value);
+  bool getProperty(const std::string& name, std::size_t* value) const;
+
   void setEntityLimits(const EntityLimits& limits);
   EntityLimits getEntityLimits() const;
   EntityCounters getEntityCounters() const;
@@ -155,6 +199,7 @@ class KELP_API SimpleXMLReader : public XMLReader {
   const Entity* getEntity(const std::string& name) const;
 
  private:
+  bool parseFile(const std::string& systemId);
   struct Data;
   Data* d;
 };
