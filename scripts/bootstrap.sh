@@ -16,7 +16,8 @@ packages=(
   libpython3.11-testsuite
   lintian groff-base man-db
   gcovr
-  libeigen3-dev
+  libeigen3-dev nlohmann-json3-dev
+  chromium poppler-utils fonts-dejavu-core
 )
 
 missing=()

@@ -62,7 +62,10 @@ run_main_job() {
     summary+="release: warnings"$'\n'
   fi
   if ./build/release/tools/kelp/kelp catalogue report samples/catalogue.xml >build/main-job.txt \
-     && grep -q '^totals' build/main-job.txt; then
+     && grep -q '^totals' build/main-job.txt \
+     && ./build/release/tools/kelp/kelp basket price --catalogue samples/catalogue.xml \
+          samples/basket.xml >build/main-job-quote.txt \
+     && grep -q '^due ' build/main-job-quote.txt; then
     passed=$((passed + 1))
     summary+="release: main job passed"$'\n'
   else

@@ -18,6 +18,7 @@
 #include <kelp/xml/xml_XMLWriterItfWrapper.h>
 
 #include "utl_Basket_impl.h"
+#include "utl_TagLines_impl.h"
 
 namespace qor::quv::basket {
 
@@ -43,6 +44,8 @@ bool isUnitCode(const std::string& u) {
 
 class Reader : public xml::sax::DefaultHandler {
  public:
+  explicit Reader(const std::string& text) : lines_(text) {}
+
   Basket basket;
   std::string refusal, fatal;
   int fatalLine = 0;
@@ -50,6 +53,7 @@ class Reader : public xml::sax::DefaultHandler {
   bool startElement(const char*, const char* localName, const char* qName,
                     const xml::sax::Attributes& attrs) override {
     const std::string name = localName && *localName ? localName : qName;
+    line_ = lines_.startTag(qName);
     if (!rootSeen_) {
       rootSeen_ = true;
       if (name != "basket") return refuse("root element must be <basket>, not <" + name + ">");
@@ -67,7 +71,8 @@ class Reader : public xml::sax::DefaultHandler {
                   ">");
   }
 
-  bool endElement(const char*, const char*, const char*) override {
+  bool endElement(const char*, const char*, const char* qName) override {
+    lines_.endTag(qName);
     if (stack_.empty()) return true;
     if (stack_.back() == kItem) {
       BasketItem done = std::move(items_.back());
@@ -187,6 +192,7 @@ class Reader : public xml::sax::DefaultHandler {
             attrs, "item: ", {"position", "id", "article", "article-version", "quantity", "unit"}))
       return false;
     BasketItem item;
+    item.line = line_;
     std::string message;
     const std::string pos = attr(attrs, "position");
     if (!item.position.parseString(pos, &message)) return refuse("item: " + message);
@@ -242,6 +248,8 @@ class Reader : public xml::sax::DefaultHandler {
     return true;
   }
 
+  detail::TagLines lines_;
+  int line_ = 0;
   bool rootSeen_ = false;
   std::vector<Context> stack_;
   std::vector<BasketItem> items_;  // the open items, outermost first
@@ -304,7 +312,7 @@ bool BasketXml::read(const std::string& text, Basket* basket, std::string* error
   try {
     std::istringstream in(text);
     xml::sax::ISInputSource source("", "basket", &in, false);
-    Reader handler;
+    Reader handler(text);
     xml::sax::SimpleXMLReader reader(nullptr);
     reader.setFeature(xml::sax::SimpleXMLReader::UseUTF8, true);
     // Documents come from outside: they never make the reader open a file.

@@ -136,7 +136,7 @@ TEST(KelpXml, HelpStartsWithTheUsageLines) {
     ToolResult r = runKelp({"xml", "format", flag});
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.out.rfind("usage: kelp xml check [--html4-entities] [--no-namespaces] "
-                          "[--load-external] FILE...\n"
+                          "[--load-external] [--json] FILE...\n"
                           "       kelp xml events ",
                           0),
               0u);
@@ -582,8 +582,9 @@ TEST(KelpXml, ExternalEntitiesOnlyOnRequest) {
   }
   ToolResult r = runKelp({"xml", "events", "--load-external", doc});
   EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_NE(r.out.find("startElement a [v=\"root:x:0:0\"]\nstartEntity x\ncharacters \"root:x:0:0\""),
-            std::string::npos)
+  EXPECT_NE(
+      r.out.find("startElement a [v=\"root:x:0:0\"]\nstartEntity x\ncharacters \"root:x:0:0\""),
+      std::string::npos)
       << r.out;
   EXPECT_NE(runKelp({"xml", "format", "--load-external", doc}).out.find(">root:x:0:0</a>"),
             std::string::npos);

@@ -24,6 +24,7 @@
 #include <kelp/xml/xml_Writer.h>
 #include <ktz/ktz_gettext.h>
 #include <vorn/vorn_placeholder.h>
+#include <nlohmann/json.hpp>
 
 #include "kelp_tool.h"
 
@@ -39,7 +40,8 @@ using util::EDate;
 using util::TrStrSet;
 
 constexpr const char kCatalogueHelp[] =
-    "usage: kelp catalogue report [--lang L] [--html] [--strict] [--date YYYY-MM-DD] FILE\n"
+    "usage: kelp catalogue report [--lang L] [--html | --json] [--strict] [--date YYYY-MM-DD]\n"
+    "                             FILE\n"
     "\n"
     "Prints a report of the catalogue FILE ('-' reads standard input): the\n"
     "catalogue's id, data version and validity, then every article with its\n"
@@ -63,7 +65,10 @@ constexpr const char kCatalogueHelp[] =
     "too large is reported, left out and ends the run with status 1.\n"
     "\n"
     "  --lang L     the language of names, descriptions and numbers\n"
-    "  --html       write an HTML page instead of text\n"
+    "  --html       write an HTML page instead of text: self-contained, amounts\n"
+    "               in columns, laid out for A4 with one article per page\n"
+    "  --json       write the report as JSON (format \"kelp-catalogue-report/1\";\n"
+    "               amounts as strings)\n"
     "  --date D     list and count only the articles valid on the date D\n"
     "  --strict     exit with 1 when any article was invalid\n"
     "\n"
@@ -73,49 +78,6 @@ constexpr const char kCatalogueHelp[] =
     "unless --strict is given. Malformed XML, a missing file or a fault in the\n"
     "<catalogue> element itself end the run with 'file:line: message' and\n"
     "status 1, and so does a FILE larger than 256 MiB.\n";
-
-// ---------------------------------------------------------------------------
-// Numbers in the report's language, independent of the machine's locale:
-// the library's locale formatting reads the global C++ locale, so the
-// report installs one with the language's punctuation while it runs.
-
-class Punctuation : public std::numpunct<char> {
- public:
-  Punctuation(char point, char separator) : point_(point), separator_(separator) {}
-
- protected:
-  char do_decimal_point() const override { return point_; }
-  char do_thousands_sep() const override { return separator_; }
-  std::string do_grouping() const override { return "\3"; }
-
- private:
-  char point_;
-  char separator_;
-};
-
-std::locale numberLocale(const std::string& lang) {
-  char point = '.', separator = ',';
-  if (lang == "de") {
-    point = ',';
-    separator = '.';
-  } else if (lang == "fr") {
-    point = ',';
-    separator = ' ';
-  }
-  return std::locale(std::locale::classic(), new Punctuation(point, separator));
-}
-
-// Restores the global locale when the report ends.
-class GlobalLocale {
- public:
-  explicit GlobalLocale(const std::locale& loc) : previous_(std::locale::global(loc)) {}
-  ~GlobalLocale() { std::locale::global(previous_); }
-  GlobalLocale(const GlobalLocale&) = delete;
-  GlobalLocale& operator=(const GlobalLocale&) = delete;
-
- private:
-  std::locale previous_;
-};
 
 // ---------------------------------------------------------------------------
 // Text helpers.
@@ -225,17 +187,17 @@ class Report {
     if (html_) {
       std::string title = label(lang_, "Catalogue %1");
       title << htmlEscaped(c.id);
-      print("<!DOCTYPE HTML PUBLIC \"-//W3C//DTD HTML 4.01//EN\">\n<HTML>\n<HEAD>\n");
-      print("<META http-equiv=\"Content-Type\" content=\"text/html; charset=UTF-8\">\n");
-      print("<TITLE>" + title + "</TITLE>\n</HEAD>\n<BODY>\n<H1>" + title + "</H1>\n");
-      print("<P>" + htmlEscaped(header) + "\n");
+      print(kelp::tool::htmlPageStart(lang_, title));
+      print("<h1>" + title + "</h1>\n<p class=\"meta\">" + htmlEscaped(header) + "</p>\n");
     } else {
       std::string title = label(lang_, "catalogue %1");
       print((title << c.id) + ", " + header + "\n");
     }
     for (const basket::Article* a : shown) writeArticle(*a);
     if (html_) {
-      print("<H2>" + label(lang_, "Totals") + "</H2>\n<TABLE>\n");
+      print("<h2>" + label(lang_, "Totals") + "</h2>\n<table class=\"totals\">\n<thead><tr><th>" +
+            label(lang_, "Currency") + "</th><th class=\"num\">" + label(lang_, "Price") +
+            "</th><th class=\"num\">" + label(lang_, "Articles") + "</th></tr></thead>\n<tbody>\n");
     } else {
       print("\n" + label(lang_, "totals") + "\n");
     }
@@ -249,15 +211,15 @@ class Report {
         continue;
       }
       if (html_)
-        print("<TR><TD>" + code + "<TD>" + amountText(t.sum) + "<TD>" +
-              articlesCount(lang_, t.count) + "\n");
+        print("<tr><td>" + code + "</td><td class=\"num\">" + amountText(t.sum) +
+              "</td><td class=\"num\">" + std::to_string(t.count) + "</td></tr>\n");
       else
         print("  " + code + " " + amountText(t.sum) + " (" + articlesCount(lang_, t.count) + ")\n");
     }
     if (html_) {
-      print("</TABLE>\n");
-      if (!leftOut.empty()) print("<P>" + leftOut + "\n");
-      print("</BODY>\n</HTML>\n");
+      print("</tbody>\n</table>\n");
+      if (!leftOut.empty()) print("<p>" + leftOut + "</p>\n");
+      print("</body>\n</html>\n");
     } else if (!leftOut.empty()) {
       print("  " + leftOut + "\n");
     }
@@ -297,14 +259,17 @@ class Report {
       }
     }
     if (html_) {
-      print("<H2>" + htmlEscaped(a.id) + " " + htmlEscaped(name) + "</H2>\n<P>" + validityText(a) +
-            "\n");
-      if (!description.empty()) print("<DIV>\n" + description + "</DIV>\n");
-      print("<TABLE>\n");
+      print("<section class=\"article\">\n<h2>" + htmlEscaped(a.id) + " " + htmlEscaped(name) +
+            "</h2>\n<p class=\"meta\">" + validityText(a) + "</p>\n");
+      if (!description.empty()) print("<div class=\"description\">\n" + description + "</div>\n");
+      print("<table>\n<thead><tr><th>" + label(lang_, "Currency") + "</th><th class=\"num\">" +
+            label(lang_, "Price") + "</th><th class=\"num\">" + label(lang_, "Computed from") +
+            "</th></tr></thead>\n<tbody>\n");
       for (const basket::ArticlePrice& p : a.prices)
-        print("<TR><TD>" + p.base.getUnit() + "<TD>" + amountText(p.evaluate()) + "<TD>" +
-              (p.calcItems.empty() ? std::string() : stepsText(p)) + "\n");
-      print("</TABLE>\n");
+        print("<tr><td>" + p.base.getUnit() + "</td><td class=\"num\">" + amountText(p.evaluate()) +
+              "</td><td class=\"num\">" + (p.calcItems.empty() ? std::string() : stepsText(p)) +
+              "</td></tr>\n");
+      print("</tbody>\n</table>\n</section>\n");
       return;
     }
     print("\n" + a.id + "  " + name + "\n  " + validityText(a) + "\n");
@@ -328,6 +293,71 @@ class Report {
   zob::Ref<kelp::host::Locale> locale_;
 };
 
+// The report as JSON ("kelp-catalogue-report/1", described in the format
+// document): the same articles and totals, amounts as strings in the
+// classic form so that no digit is lost, names in the report's language.
+void writeJson(const kelp::tool::Invocation& inv, const basket::CatalogueReader& data,
+               const std::string& lang, const EDate* date) {
+  using json = nlohmann::ordered_json;
+  // The classic locale: "." and no grouping, whatever the user's locale.
+  kelp::tool::GlobalLocale classic(std::locale::classic());
+  const basket::Catalogue& c = data.getCatalogue();
+  auto money = [](const ECurrency& v) {
+    return util::formatDecimalCString(v.amount, ECurrency::getDefaultFractionDigits(v.unit));
+  };
+  json j;
+  j["format"] = "kelp-catalogue-report/1";
+  j["catalogue"] = {{"id", c.id},
+                    {"version", c.version.formatString()},
+                    {"validFrom", c.validFrom.formatString()},
+                    {"validUntil", c.validUntil.formatString()},
+                    {"language", c.lang}};
+  j["language"] = lang;
+  j["date"] = date ? json(date->formatString()) : json();
+  j["articles"] = json::array();
+  std::map<std::string, std::pair<ECurrency, int>> totals;
+  for (const basket::Article& a : c.getArticles()) {
+    if (date && !(a.validFrom <= *date && *date <= a.validUntil)) continue;
+    std::string name = a.names.get(lang.c_str());
+    if (!a.names.has(lang.c_str()) && a.names.has(c.lang.c_str()))
+      name = a.names.get(c.lang.c_str());
+    json article = {{"id", a.id},
+                    {"name", name},
+                    {"version", a.version.isNull() ? json() : json(a.version.formatString())},
+                    {"validFrom", a.validFrom.formatString()},
+                    {"validUntil", a.validUntil.formatString()}};
+    article["prices"] = json::array();
+    for (const basket::ArticlePrice& p : a.prices) {
+      const ECurrency price = p.evaluate();
+      auto& t = totals[p.base.getUnit()];
+      t.first = t.first + price;
+      ++t.second;
+      json steps = json::array();
+      for (const basket::PriceCalcItem& step : p.calcItems)
+        steps.push_back({{"kind", basket::calcItemTypeName(step.getType())},
+                         {"value", util::formatDecimalString(step.getValue().amount, 0, 12)},
+                         {"unit", step.getValue().getUnit()}});
+      article["prices"].push_back({{"currency", p.base.getUnit()},
+                                   {"price", money(price)},
+                                   {"base", baseText(p.base)},
+                                   {"steps", steps}});
+    }
+    j["articles"].push_back(article);
+  }
+  j["totals"] = json::array();
+  for (const std::string& code : c.currencies) {
+    auto it = totals.find(code);
+    if (it == totals.end()) continue;
+    j["totals"].push_back(
+        {{"currency", code}, {"total", money(it->second.first)}, {"articles", it->second.second}});
+  }
+  j["faults"] = json::array();
+  for (const basket::CatalogueFault& f : data.getFaults())
+    j["faults"].push_back({{"line", f.line}, {"message", f.message}});
+  j["invalidArticles"] = data.getInvalidCount();
+  std::fputs((j.dump(2) + "\n").c_str(), inv.out);
+}
+
 // ---------------------------------------------------------------------------
 
 // The largest catalogue file read: the report holds the whole text (its
@@ -337,9 +367,10 @@ constexpr std::size_t kMaxCatalogue = std::size_t(256) << 20;
 int runReport(kelp::tool::Invocation& inv) {
   kelp::tool::ParsedArgs args;
   int status = kelp::tool::kExitOk;
-  if (!kelp::tool::parseArgs(inv, 1,
-                             {{"lang", true}, {"html", false}, {"strict", false}, {"date", true}},
-                             args, &status))
+  if (!kelp::tool::parseArgs(
+          inv, 1,
+          {{"lang", true}, {"html", false}, {"json", false}, {"strict", false}, {"date", true}},
+          args, &status))
     return status;
   if (args.operands.size() != 1)
     return kelp::tool::usageError(inv, args.operands.empty() ? "no catalogue file given"
@@ -364,6 +395,8 @@ int runReport(kelp::tool::Invocation& inv) {
     date = d;
   }
   const bool html = args.has("html");
+  if (html && args.has("json"))
+    return kelp::tool::usageError(inv, "--html and --json exclude each other");
 
   const std::string& path = args.operands[0];
   const std::string file = kelp::tool::displayName(path);
@@ -383,8 +416,10 @@ int runReport(kelp::tool::Invocation& inv) {
   }
 
   bool totalled = true;
-  {
-    GlobalLocale numbers(numberLocale(lang));
+  if (args.has("json")) {
+    writeJson(inv, handler, lang, date ? &*date : nullptr);
+  } else {
+    kelp::tool::GlobalLocale numbers(kelp::tool::numberLocale(lang));
     totalled = Report(inv, handler, lang, html, date ? &*date : nullptr).write();
   }
   const int invalid = handler.getInvalidCount();

@@ -9,6 +9,10 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+
+#include <kelp/util/utl_CatalogueReader.h>
+#include <kelp/util/utl_EDate.h>
 
 namespace kelp::tool {
 
@@ -275,6 +279,86 @@ bool checkOperands(const Invocation& inv, const ParsedArgs& parsed, std::size_t 
     return false;
   }
   return true;
+}
+
+namespace {
+
+class Punctuation : public std::numpunct<char> {
+ public:
+  Punctuation(char point, char separator) : point_(point), separator_(separator) {}
+
+ protected:
+  char do_decimal_point() const override { return point_; }
+  char do_thousands_sep() const override { return separator_; }
+  std::string do_grouping() const override { return "\3"; }
+
+ private:
+  char point_;
+  char separator_;
+};
+
+}  // namespace
+
+std::locale numberLocale(const std::string& lang) {
+  char point = '.', separator = ',';
+  if (lang == "de") {
+    point = ',';
+    separator = '.';
+  } else if (lang == "fr") {
+    point = ',';
+    separator = ' ';
+  }
+  return std::locale(std::locale::classic(), new Punctuation(point, separator));
+}
+
+std::string htmlPageStart(const std::string& lang, const std::string& title) {
+  return "<!DOCTYPE html>\n<html lang=\"" + lang +
+         "\">\n<head>\n<meta charset=\"utf-8\">\n<title>" + title +
+         "</title>\n<style>\n"
+         "@page { size: A4; margin: 18mm 16mm; }\n"
+         "body { font-family: \"DejaVu Sans\", Arial, sans-serif; font-size: 10pt; color: #222;"
+         " max-width: 180mm; margin: 0 auto; }\n"
+         "h1 { font-size: 16pt; margin: 0 0 4pt; }\n"
+         "h2 { font-size: 12pt; margin: 14pt 0 4pt; }\n"
+         "p.meta { color: #555; margin: 0 0 10pt; }\n"
+         "table { border-collapse: collapse; width: 100%; margin: 4pt 0 8pt; }\n"
+         "thead { display: table-header-group; }\n"
+         "tr { page-break-inside: avoid; break-inside: avoid; }\n"
+         "th, td { padding: 3pt 6pt; text-align: left; vertical-align: top;"
+         " border-bottom: 0.5pt solid #ccc; }\n"
+         "thead th { background: #eee; border-bottom: 1pt solid #888; }\n"
+         ".num { text-align: right; white-space: nowrap; font-variant-numeric: tabular-nums; }\n"
+         ".choice { color: #555; font-size: 9pt; }\n"
+         "table.totals { width: 60%; margin: 14pt 0 0 auto; border-top: 1.5pt solid #222; }\n"
+         "table.totals th { font-weight: normal; }\n"
+         "table.totals tr.grand th, table.totals tr.grand td { font-weight: bold; font-size: 12pt;"
+         " border-top: 1.5pt solid #222; border-bottom: 3pt double #222; }\n"
+         ".article { page-break-before: always; break-before: page; }\n"
+         ".article:first-of-type { page-break-before: auto; break-before: auto; }\n"
+         "@media print { body { max-width: none; } }\n"
+         "</style>\n</head>\n<body>\n";
+}
+
+bool readCatalogue(const Invocation& inv, const std::string& path,
+                   qor::quv::basket::CatalogueReader& reader) {
+  const std::string file = displayName(path);
+  std::string data, message;
+  if (!readInput(path, data, message, kMaxCommerceInput)) {
+    reportAt(inv, file, 0, message);
+    return false;
+  }
+  const bool read = reader.read(data, file);
+  for (const qor::quv::basket::CatalogueFault& f : reader.getFaults())
+    reportAt(inv, file, f.line, f.message);
+  if (!read) reportAt(inv, file, reader.getFatalLine(), reader.getFatalMessage());
+  return read;
+}
+
+qor::quv::util::EDate today() {
+  const std::time_t now = std::time(nullptr);
+  std::tm tm{};
+  gmtime_r(&now, &tm);
+  return qor::quv::util::EDate(tm.tm_year + 1900, tm.tm_mon + 1, tm.tm_mday);
 }
 
 }  // namespace kelp::tool

@@ -19,6 +19,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <istream>
+#include <locale>
 #include <map>
 #include <memory>
 #include <ostream>
@@ -27,6 +28,13 @@
 #include <vector>
 
 #include <kelp/host.h>
+
+namespace qor::quv::basket {
+class CatalogueReader;
+}
+namespace qor::quv::util {
+class EDate;
+}
 
 namespace kelp::tool {
 
@@ -95,6 +103,10 @@ bool parseArgs(const Invocation& inv, std::size_t first, const std::vector<Optio
  * On failure, message says why ("cannot open: No such file or directory",
  * "the input is larger than 2 MiB"); an endless input stops at the limit. */
 bool readInput(const std::string& path, std::string& data, std::string& message, std::size_t limit);
+
+/* The largest catalogue, basket or room template the commerce commands
+ * read whole (they are held in memory with their records). */
+constexpr std::size_t kMaxCommerceInput = std::size_t(256) << 20;
 
 /* "2 MiB" for whole mebibytes, else "N bytes". */
 std::string sizeText(std::size_t bytes);
@@ -192,6 +204,42 @@ class Progress {
   int shown_ = -1;
   bool active_;
 };
+
+/* Numbers in a report's language, whatever the machine's locale: the
+ * library's local number formatting reads the global C++ locale, so a
+ * report installs one with the language's punctuation while it runs
+ * (1,234.56 for en and most languages, 1.234,56 for de, 1 234,56 for fr). */
+std::locale numberLocale(const std::string& lang);
+
+/* Installs a global locale; restores the previous one when it goes. */
+class GlobalLocale {
+ public:
+  explicit GlobalLocale(const std::locale& loc) : previous_(std::locale::global(loc)) {}
+  ~GlobalLocale() { std::locale::global(previous_); }
+  GlobalLocale(const GlobalLocale&) = delete;
+  GlobalLocale& operator=(const GlobalLocale&) = delete;
+
+ private:
+  std::locale previous_;
+};
+
+/* The start of a self-contained HTML page for a customer (reports, quotes):
+ * doctype, UTF-8, the title (already escaped) and an inline style sheet
+ * laid out for A4: amounts (class "num") right-aligned, table headers
+ * repeated on every page, rows never split, sections (class "article")
+ * starting on a new page, totals (table class "totals") set apart. Ends
+ * with the opening <body>. */
+std::string htmlPageStart(const std::string& lang, const std::string& title);
+
+/* Reads the catalogue file at path (or standard input for "-") into
+ * reader, reporting its faults as "file:line: message" on err; false (after
+ * the report) when the file cannot be read or the catalogue as a whole is
+ * faulty. */
+bool readCatalogue(const Invocation& inv, const std::string& path,
+                   qor::quv::basket::CatalogueReader& reader);
+
+/* Today's date (UTC). */
+qor::quv::util::EDate today();
 
 /* Parses a whole decimal integer in [min, max]. */
 bool parseInt(const std::string& text, long min, long max, long* out);

@@ -23,6 +23,8 @@
 #include <ktz/ktz_codec.h>
 #include <zob/zob_mem.h>
 
+#include <nlohmann/json.hpp>
+
 #include "kelp_tool.h"
 
 namespace tool = kelp::tool;
@@ -32,7 +34,8 @@ namespace sax = qor::quv::xml::sax;
 namespace {
 
 constexpr const char kXmlHelp[] =
-    "usage: kelp xml check [--html4-entities] [--no-namespaces] [--load-external] FILE...\n"
+    "usage: kelp xml check [--html4-entities] [--no-namespaces] [--load-external] [--json] "
+    "FILE...\n"
     "       kelp xml events [--html4-entities] [--no-namespaces] [--load-external] FILE\n"
     "       kelp xml format [--indent N] [--encoding ENC] [--load-external] FILE\n"
     "       kelp xml canon [--notations] [--html4-entities] [--no-namespaces]\n"
@@ -45,7 +48,9 @@ constexpr const char kXmlHelp[] =
     "\n"
     "check    reads each FILE and reports the first error of each bad one as\n"
     "         'file:line: message'; prints nothing for good ones. Exits with 1\n"
-    "         when any FILE failed.\n"
+    "         when any FILE failed. With --json, writes instead one JSON\n"
+    "         document (format \"kelp-xml-check/1\") listing every FILE as\n"
+    "         {\"file\", \"wellFormed\", \"error\": {\"file\", \"line\", \"message\"}}.\n"
     "events   prints the reader's events, one line each:\n"
     "           startDocument / endDocument\n"
     "           startPrefixMapping \"PREFIX\" \"URI\" / endPrefixMapping \"PREFIX\"\n"
@@ -156,30 +161,46 @@ void configure(sax::SimpleXMLReader& reader, const ReaderOptions& options) {
   reader.setFeature(sax::SimpleXMLReader::ExternalParameterEntities, options.loadExternal);
 }
 
-// Reports why reading `path` failed: a read error of the input itself, or
-// the reader's first fatal error at its place (an external entity names
-// its own file).
+// Why reading a file failed: where and what.
+struct Diagnostic {
+  std::string file;
+  long line = 0;
+  std::string message;
+};
+
+// Why reading `path` failed: a read error of the input itself, or the
+// reader's first fatal error at its place (an external entity names its own
+// file).
+Diagnostic failureOf(const std::string& path, const tool::StreamInput& in,
+                     const std::string& systemId, long line, const std::string& message) {
+  std::string name = tool::displayName(path);
+  if (!in.error().empty()) return Diagnostic{name, 0, in.error()};
+  return Diagnostic{systemId.empty() ? name : systemId, line,
+                    message.empty() ? "cannot read the document" : message};
+}
+
+// Reports why reading `path` failed as "file:line: message".
 void reportFailure(const tool::Invocation& inv, const std::string& path,
                    const tool::StreamInput& in, const std::string& systemId, long line,
                    const std::string& message) {
   // A handler that stopped because standard output failed: the tool
   // reports that once, as it exits.
   if (std::ferror(inv.out)) return;
-  std::string name = tool::displayName(path);
-  if (!in.error().empty())
-    tool::reportAt(inv, name, 0, in.error());
-  else
-    tool::reportAt(inv, systemId.empty() ? name : systemId, line,
-                   message.empty() ? "cannot read the document" : message);
+  const Diagnostic d = failureOf(path, in, systemId, line, message);
+  tool::reportAt(inv, d.file, d.line, d.message);
 }
 
 // Parses `path` with reader (whose handlers are set), reporting failures.
+// With `diagnostic`, the failure goes there instead of standard error.
 bool parseFile(const tool::Invocation& inv, const std::string& path, sax::SimpleXMLReader& reader,
-               FatalErrors& errors) {
+               FatalErrors& errors, Diagnostic* diagnostic = nullptr) {
   tool::StreamInput in;
   std::string message;
   if (!in.open(path, message)) {
-    tool::reportAt(inv, tool::displayName(path), 0, message);
+    if (diagnostic)
+      *diagnostic = Diagnostic{tool::displayName(path), 0, message};
+    else
+      tool::reportAt(inv, tool::displayName(path), 0, message);
     return false;
   }
   errors.reset();
@@ -191,7 +212,10 @@ bool parseFile(const tool::Invocation& inv, const std::string& path, sax::Simple
   in.finish();
   reader.setErrorHandler(nullptr);
   if (ok && in.error().empty()) return true;
-  reportFailure(inv, path, in, errors.systemId, errors.line, errors.message);
+  if (diagnostic)
+    *diagnostic = failureOf(path, in, errors.systemId, errors.line, errors.message);
+  else
+    reportFailure(inv, path, in, errors.systemId, errors.line, errors.message);
   return false;
 }
 
@@ -213,15 +237,28 @@ int runCheck(tool::Invocation& inv) {
   tool::ParsedArgs args;
   ReaderOptions options;
   int status = tool::kExitOk;
-  if (!parseReaderOptions(inv, {}, args, options, &status)) return status;
+  if (!parseReaderOptions(inv, {{"json", false}}, args, options, &status)) return status;
   if (!tool::checkOperands(inv, args, 1, args.operands.size(), &status)) return status;
+  const bool json = args.has("json");
+  nlohmann::ordered_json files = nlohmann::ordered_json::array();
   FatalErrors errors;
   for (const std::string& path : args.operands) {
     // A fresh reader per file: entities declared by one document would
     // otherwise stay declared for the next.
     sax::SimpleXMLReader reader(inv.app);
     configure(reader, options);
-    if (!parseFile(inv, path, reader, errors)) status = tool::kExitFailed;
+    Diagnostic d;
+    const bool ok = parseFile(inv, path, reader, errors, json ? &d : nullptr);
+    if (!ok) status = tool::kExitFailed;
+    if (json) {
+      nlohmann::ordered_json f = {{"file", tool::displayName(path)}, {"wellFormed", ok}};
+      if (!ok) f["error"] = {{"file", d.file}, {"line", d.line}, {"message", d.message}};
+      files.push_back(f);
+    }
+  }
+  if (json) {
+    nlohmann::ordered_json out = {{"format", "kelp-xml-check/1"}, {"files", files}};
+    std::fputs((out.dump(2) + "\n").c_str(), inv.out);
   }
   return status;
 }
@@ -461,7 +498,7 @@ int runFormat(tool::Invocation& inv) {
   tool::ParsedArgs args;
   int status = tool::kExitOk;
   if (!tool::parseArgs(inv, 1, {{"indent", true}, {"encoding", true}, {"load-external", false}},
-                      args, &status))
+                       args, &status))
     return status;
   if (!tool::checkOperands(inv, args, 1, 1, &status)) return status;
   long indent = 2;

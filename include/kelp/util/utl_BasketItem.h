@@ -32,6 +32,9 @@ class KELP_API BasketItem {
   std::string unit = "C62";
   std::vector<ChosenValue> choices;
   std::vector<BasketItem> children;
+  /* The line of the element it was read from (0 otherwise), for messages;
+   * not compared. */
+  int line = 0;
 
   /* The value chosen for `choiceId`, or null. */
   const std::string* chosen(const std::string& choiceId) const;
