@@ -64,7 +64,7 @@ bool SimpleXMLReader::Data::startTag() {
   // (At the end of input that is the error to report.)
   if (qColon && cur.peek() >= 0 && !checkQName(qName, qLength, qColon, nameColons, true))
     return false;
-  size_t bindingsBefore = bindings.size();
+  size_t bindingsBefore = scope.size();
   attrs.clear();
   bool empty = false;
   size_t tagBytes = qLength;  // the tag as held in memory: one token too
@@ -99,12 +99,12 @@ bool SimpleXMLReader::Data::startTag() {
     const char* v = readAttributeValue(static_cast<char>(c), &valueLength);
     if (!v) return false;
     if (colon && !checkQName(name, nameLength, colon, colons, false)) return false;
-    if (isNamespaceDeclaration(name)) {
+    if (detail::NamespaceScope::isDeclaration(name)) {
       if (namespaces) {
         const char* prefix = name[5] ? name + 6 : kEmpty;
         if (!checkBinding(name, prefix, v)) return false;
         if (!content->startPrefixMapping(prefix, v)) return refused(content);
-        bind(prefix, v);
+        scope.bind(prefix, v);
       } else if (!namespacePrefixes) {
         continue;
       }

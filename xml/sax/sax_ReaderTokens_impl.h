@@ -384,46 +384,11 @@ inline const char* SimpleXMLReader::Data::readAttributeValue(char quote, size_t*
   return scratchCopy(value.data(), value.size());
 }
 
-inline void SimpleXMLReader::Data::bind(const char* prefix, const char* uri) {
-  int index = static_cast<int>(bindings.size());
-  auto [it, inserted] = newest.try_emplace(std::string_view(prefix), index);
-  int hidden = inserted ? -1 : it->second;
-  it->second = index;
-  bindings.push_back({prefix, uri, hidden});
-  if (!*prefix) defaultUri = uri;
-}
-
-// Removes the bindings above `keep`, newest first.
+// Removes the bindings above `keep`, newest first, and reports their ends.
 inline bool SimpleXMLReader::Data::unbind(size_t keep) {
-  while (bindings.size() > keep) {
-    Binding b = bindings.back();
-    bindings.pop_back();
-    if (b.hidden >= 0)
-      newest[std::string_view(b.prefix)] = b.hidden;
-    else
-      newest.erase(std::string_view(b.prefix));
-    if (!*b.prefix) defaultUri = b.hidden >= 0 ? bindings[b.hidden].uri : kEmpty;
-    if (!content->endPrefixMapping(b.prefix)) return refused(content);
-  }
+  while (scope.size() > keep)
+    if (!content->endPrefixMapping(scope.unbindNewest())) return refused(content);
   return true;
-}
-
-inline const char* SimpleXMLReader::Data::lookup(std::string_view prefix) {
-  auto it = newest.find(prefix);
-  return it == newest.end() ? kEmpty : bindings[it->second].uri;
-}
-
-inline void SimpleXMLReader::Data::resetBindings() {
-  bindings.clear();
-  newest.clear();
-  defaultUri = kEmpty;
-  bind("xml", kXmlNamespace);
-  bind("xmlns", kXmlnsNamespace);
-}
-
-inline bool SimpleXMLReader::Data::isNamespaceDeclaration(const char* name) {
-  if ((name[0] | 0x20) != 'x' || (name[1] | 0x20) != 'm' || (name[2] | 0x20) != 'l') return false;
-  return std::strncmp(name, "xmlns", 5) == 0 && (name[5] == 0 || name[5] == ':');
 }
 
 // With namespaces on, element and attribute names are qualified names: at
@@ -448,13 +413,7 @@ inline void SimpleXMLReader::Data::resolve(const char* qName, const char* colon,
     *localName = kEmpty;
     return;
   }
-  if (!colon) {
-    *uri = isElement ? defaultUri : kEmpty;
-    *localName = qName;
-    return;
-  }
-  *uri = lookup(std::string_view(qName, static_cast<size_t>(colon - qName)));
-  *localName = colon + 1;
+  scope.resolve(qName, colon, isElement, uri, localName);
 }
 
 }  // namespace qor::quv::xml::sax

@@ -147,7 +147,7 @@ bool SimpleXMLReader::Data::parseDocument(InputSource* source) {
   text.clear();
   value.clear();
   failed = false;
-  resetBindings();
+  scope.reset();
   closeCodec();
   attrs.clear();
   open.clear();

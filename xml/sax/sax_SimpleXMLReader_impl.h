@@ -33,15 +33,13 @@
 #include <ktz/ktz_codec.h>
 
 #include "xml/sax/sax_EntityTextSource_impl.h"
+#include "xml/sax/sax_NamespaceScope_impl.h"
 #include "xml/sax/sax_Scanner_impl.h"
 
 namespace qor::quv::xml::sax {
 
 namespace detail {
 
-inline constexpr char kXmlNamespace[] = "http://www.w3.org/XML/1998/namespace";
-inline constexpr char kXmlnsNamespace[] = "http://www.w3.org/2000/xmlns/";
-inline constexpr char kEmpty[] = "";
 inline constexpr char kCData[] = "CDATA";
 
 inline constexpr char kNameExpected[] = "syntax error (name expected)";
@@ -120,16 +118,8 @@ struct SimpleXMLReader::Data {
   std::string value;
   std::string nameBuf;
 
-  // Namespace bindings, oldest first; newest maps a prefix to the index of
-  // its newest binding, and each binding links to the one it hides.
-  struct Binding {
-    const char* prefix;
-    const char* uri;
-    int hidden;  // index of the previous binding of the prefix, or -1
-  };
-  std::vector<Binding> bindings;
-  std::unordered_map<std::string_view, int> newest;
-  const char* defaultUri = kEmpty;
+  // The namespace bindings in force.
+  detail::NamespaceScope scope;
 
   // The UTF-32 codec for character references when the output is not UTF-8:
   // opened on first use in a parse, closed at the next parse.
@@ -298,15 +288,7 @@ struct SimpleXMLReader::Data {
 
   // ---- namespaces ---------------------------------------------------------
 
-  void bind(const char* prefix, const char* uri);
-
   bool unbind(size_t keep);
-
-  const char* lookup(std::string_view prefix);
-
-  void resetBindings();
-
-  static bool isNamespaceDeclaration(const char* name);
 
   bool checkQName(const char* name, size_t length, const char* colon, int colons, bool isElement);
   bool checkQNameFully(const char* name, size_t length, const char* colon, int colons,
