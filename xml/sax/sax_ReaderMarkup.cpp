@@ -12,6 +12,9 @@
 
 namespace qor::quv::xml::sax {
 
+// ---- qualified names --------------------------------------------------------
+
+// The slow path of checkQName: finds what is wrong and reports it.
 bool SimpleXMLReader::Data::checkQNameFully(const char* name, size_t length, const char* colon,
                                             int colons, bool isElement) {
   const char* local = colon + 1;
@@ -51,6 +54,8 @@ bool SimpleXMLReader::Data::checkNoColon(const char* name) {
   if (!namespaces || !std::strchr(name, ':')) return true;
   return fatal(std::string("colon in name '%1'") << name);
 }
+
+// ---- markup -----------------------------------------------------------------
 
 // A start tag after "<": reports it and, unless it was empty, opens the
 // element on the stack.

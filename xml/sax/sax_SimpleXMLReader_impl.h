@@ -287,6 +287,8 @@ struct SimpleXMLReader::Data {
   bool externalEntityStart(InputSource* source);
 
   // ---- namespaces ---------------------------------------------------------
+  // The bindings live in `scope`; these add the handler calls and the
+  // rules for qualified names and reserved prefixes.
 
   bool unbind(size_t keep);
 
