@@ -8,10 +8,14 @@
 #include <climits>
 #include <locale>
 
+#include "util/utl_TextScan_impl.h"
+
 namespace qor::quv::util {
 
 namespace {
 
+using detail::isDigit;
+using detail::isSpace;
 using types::RoundingMode;
 
 // The default money rounding mode: a process-wide value set at start-up.
@@ -123,13 +127,6 @@ typename Rt::D roundTo(const typename Rt::D& d, int digits, RoundingMode mode) {
   return Rt::scaleB(r, -digits);
 }
 
-bool isBlank(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
 template <class Rt>
 std::string formatC(const typename Rt::D& d, int digits) {
   using D = typename Rt::D;
@@ -229,7 +226,7 @@ bool parse(typename Rt::D* out, const char* s, const char** end, bool local) {
   if (end) {
     *end = stop;
   } else {
-    while (isBlank(*stop)) ++stop;
+    while (isSpace(*stop)) ++stop;
     if (*stop != '\0') return false;
   }
   if (out) *out = v;

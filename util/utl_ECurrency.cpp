@@ -15,11 +15,14 @@
 #include <vorn/vorn_cstring.h>
 #include <vorn/vorn_placeholder.h>
 
+#include "util/utl_TextScan_impl.h"
+
 namespace qor::quv::util {
 
 namespace {
 
 using basket::CurrencyUnit;
+using detail::isSpace;
 using ktz::decimal::decimal128;
 
 constexpr std::uint64_t kSign = 0x8000000000000000ull;
@@ -102,9 +105,6 @@ constexpr FractionDigits kFractionDigits[] = {
 };
 static_assert(sizeof(kFractionDigits) / sizeof(kFractionDigits[0]) == 52);
 
-bool isBlank(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
 bool isUpper(char c) {
   return c >= 'A' && c <= 'Z';
 }
@@ -325,7 +325,7 @@ bool ECurrency::parseString(const char* s, const char** end) {
   if (end) *end = s;
   if (!s) return false;
   const char* p = s;
-  while (isBlank(*p)) ++p;
+  while (isSpace(*p)) ++p;
   CurrencyUnit u;
   decimal128 a;
   const char* stop = nullptr;
@@ -337,7 +337,7 @@ bool ECurrency::parseString(const char* s, const char** end) {
   if (!stop) {
     const char* q = nullptr;
     if (parseDecimalString(&a, p, &q)) {
-      while (isBlank(*q)) ++q;
+      while (isSpace(*q)) ++q;
       stop = scanUnit(q, &u);
     }
   }
@@ -346,7 +346,7 @@ bool ECurrency::parseString(const char* s, const char** end) {
     *end = stop;
   } else {
     const char* rest = stop;
-    while (isBlank(*rest)) ++rest;
+    while (isSpace(*rest)) ++rest;
     if (*rest != '\0') return false;
   }
   *this = ECurrency(u, a);

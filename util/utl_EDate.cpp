@@ -12,20 +12,13 @@
 #include <kelp/util/utl_Logger.h>
 #include <kelp/xml/sax/sax_Attributes.h>
 
+#include "util/utl_TextScan_impl.h"
+
 namespace {
 
-bool isSpace(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
-
-const char* skipSpace(const char* p) {
-  while (isSpace(*p)) ++p;
-  return p;
-}
+using qor::quv::util::detail::isDigit;
+using qor::quv::util::detail::isSpace;
+using qor::quv::util::detail::skipSpace;
 
 /* The date at 12:00:00 local time; noon keeps daylight-saving shifts of an
  * hour or two from moving the calendar day. */

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "util/utl_TextScan_impl.h"
+
 namespace qor::quv::util {
 
 namespace {
@@ -79,7 +81,7 @@ bool EUUID::parseString(ZobUUID& uuid, const char* s, const char** end) {
   if (end) *end = s;
   if (!s) return false;
   const char* p = s;
-  while (*p == ' ' || (*p >= '\t' && *p <= '\r')) ++p;
+  p = detail::skipSpace(p);
   // Groups in order: 8 digits and "-", 4 and "-", 4 and "-", 2, 2 and "-",
   // then six times 2 digits. The reads stop at the first mismatch, which a
   // terminating NUL always is.

@@ -10,9 +10,14 @@
 #include <vorn/vorn_compare.h>
 #include <vorn/vorn_uri.h>
 
+#include "util/utl_TextScan_impl.h"
+
 namespace qor::quv::util {
 
 namespace {
+
+using detail::isDigit;
+using detail::isSpace;
 
 bool isLower(char c) {
   return c >= 'a' && c <= 'z';
@@ -20,14 +25,8 @@ bool isLower(char c) {
 bool isUpper(char c) {
   return c >= 'A' && c <= 'Z';
 }
-bool isDigit(char c) {
-  return c >= '0' && c <= '9';
-}
 bool isAlnum(char c) {
   return isLower(c) || isUpper(c) || isDigit(c);
-}
-bool isSpace(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
 bool allUpper(const char* s, std::size_t n) {

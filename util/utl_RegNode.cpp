@@ -15,6 +15,8 @@
 #include <sstream>
 #include <vector>
 
+#include "util/utl_TextScan_impl.h"
+
 namespace qor::quv::util {
 
 using zob::regdb::Value;
@@ -57,8 +59,7 @@ bool parseClassicDouble(const char* s, double* out) {
   char* end = nullptr;
   double d = strtod_l(s, &end, classic);
   if (end == s) return false;
-  while (*end == ' ' || (*end >= '\t' && *end <= '\r')) ++end;
-  if (*end) return false;
+  if (*detail::skipSpace(end)) return false;
   *out = d;
   return true;
 }

@@ -7,7 +7,7 @@
 
 #include <kelp/util/utl_StringBuf.h>
 
-#include "xml/sax/sax_CharClass.h"
+#include "xml/sax/sax_Scanner_impl.h"
 
 namespace qor::quv::xml::sax {
 
@@ -241,7 +241,7 @@ int SimpleInputSource::skipSpace(util::StringBuf* buf) {
     const char* p = start;
     int lines = 0;
     // The NUL behind the data ends the run.
-    while (detail::isXmlSpace(*p)) {
+    while (detail::scanClass(*p) & detail::kSpace) {
       lines += (*p == '\n');
       ++p;
     }
@@ -257,11 +257,16 @@ bool SimpleInputSource::scanName(util::StringBuf* buf, bool nameStart) {
   Data* d = d_;
   if (d->pos == d->end && !refill()) return false;
   char first = d->array[d->pos];
-  if (nameStart ? !detail::isNameStartChar(first) : !detail::isNameChar(first)) return false;
+  // Bytes from 0x80 count as name characters, first ones too: in UTF-8
+  // they are the bytes of the characters outside ASCII that names may hold,
+  // so a name never ends inside a sequence.
+  const std::uint16_t firstClass =
+      (nameStart ? detail::kNameStart : detail::kNameChar) | detail::kNonAscii;
+  if (!(detail::scanClass(first) & firstClass)) return false;
   for (;;) {
     const char* start = d->array + d->pos;
     const char* p = start;
-    while (detail::isNameChar(*p)) ++p;
+    while (detail::scanClass(*p) & (detail::kNameChar | detail::kNonAscii)) ++p;
     appendRun(buf, start, p);
     d->pos += static_cast<std::size_t>(p - start);
     if (d->pos < d->end || !refill()) return true;

@@ -1,260 +1,417 @@
-// Internals of SimpleXMLReader: the byte classes of its scanners and the
-// cursor through which it reads the buffered input in runs.
+// Internals of SimpleXMLReader shared by its source files: the messages
+// and constants of the grammar and the reader's state, `Data`. The reader's
+// parts each define their share of Data's members in a file of their own:
+//   sax_ReaderTokens_impl.h   token readers over the cursor (inline: hot)
+//   sax_ReaderEntities.cpp    references, entity stack, expansion accounting
+//   sax_ReaderMarkup.cpp      tags, content, comments, PIs, CDATA sections
+//   sax_ReaderDecl.cpp        XML and text declarations, encoding switch
+//   sax_ReaderDTD.cpp         the document type declaration
+//   sax_SimpleXMLReader.cpp   the document, the parse and the public API
+// Data flows one way: input source -> scanner (sax_Scanner_impl.h) ->
+// grammar -> handlers.
 #ifndef KELP_XML_SAX_SAX_SIMPLEXMLREADER_IMPL_H
 #define KELP_XML_SAX_SAX_SIMPLEXMLREADER_IMPL_H
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <exception>
+#include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
+#include <kelp/util/utl_Logger.h>
+#include <kelp/util/utl_StackAlloc.h>
+#include <kelp/util/utl_StringBuf.h>
+#include <kelp/xml/sax/sax_Attributes.h>
+#include <kelp/xml/sax/sax_DefaultHandler.h>
 #include <kelp/xml/sax/sax_InputSource.h>
+#include <kelp/xml/sax/sax_Locator.h>
+#include <kelp/xml/sax/sax_SimpleXMLReader.h>
 #include <kelp/xml/sax/sax_StackedInputSource.h>
+#include <ktz/ktz_codec.h>
 
-namespace qor::quv::xml::sax::detail {
+#include "xml/sax/sax_EntityTextSource_impl.h"
+#include "xml/sax/sax_NamespaceScope_impl.h"
+#include "xml/sax/sax_Scanner_impl.h"
 
-// One flag per scanner. Every "stop" class holds CR and LF: the scanners
-// normalise line ends and count line feeds as they go; and the control
-// characters that XML forbids, which they reject.
-enum : std::uint16_t {
-  kNameStart = 1u << 0,     // ASCII letters, '_' and ':'
-  kNameChar = 1u << 1,      // ASCII name start plus digits, '-' and '.'
-  kSpace = 1u << 2,         // space, tab, CR, LF
-  kTextStop = 1u << 3,      // character data: '<' '&' ']'
-  kAttrDqStop = 1u << 4,    // attribute value in double quotes: '"' '<' '&'
-  kAttrSqStop = 1u << 5,    // attribute value in single quotes: '\'' '<' '&'
-  kDashStop = 1u << 6,      // comment: '-'
-  kBracketStop = 1u << 7,   // CDATA section: ']'
-  kQuestionStop = 1u << 8,  // processing instruction: '?'
-  kForbidden = 1u << 9,     // control characters XML does not allow
-  kUtf8Check = 1u << 10,    // lead bytes of surrogates, U+FFFE/F, > U+10FFFF
-  kNonAscii = 1u << 11,     // bytes from 0x80: names check them one character at a time
-  kNamePart = 1u << 12      // name characters but ':', which splits qualified names
-};
+namespace qor::quv::xml::sax {
 
-struct ScanClassTable {
-  std::uint16_t v[256];
-  constexpr ScanClassTable() : v() {
-    for (int c = 0; c < 256; ++c) {
-      std::uint16_t f = 0;
-      bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-      if (letter || c == '_' || c == ':') f |= kNameStart | kNameChar;
-      if (c >= 0x80) f |= kNonAscii;
-      if ((c >= '0' && c <= '9') || c == '-' || c == '.') f |= kNameChar;
-      if (c == ' ' || c == '\t' || c == '\r' || c == '\n') f |= kSpace;
-      if ((c < 0x20 && c != '\t' && c != '\r' && c != '\n'))
-        f |= kForbidden | kTextStop | kAttrDqStop | kAttrSqStop | kDashStop | kBracketStop |
-             kQuestionStop;
-      if (c == 0xED || c == 0xEF || c >= 0xF4) f |= kUtf8Check;
-      if (c == '\r' || c == '\n')
-        f |= kTextStop | kAttrDqStop | kAttrSqStop | kDashStop | kBracketStop | kQuestionStop;
-      if (c == '<' || c == '&') f |= kTextStop | kAttrDqStop | kAttrSqStop;
-      if (c == ']') f |= kTextStop | kBracketStop;
-      if (c == '"') f |= kAttrDqStop;
-      if (c == '\'') f |= kAttrSqStop;
-      if (c == '-') f |= kDashStop;
-      if (c == '?') f |= kQuestionStop;
-      if ((f & kNameChar) && c != ':') f |= kNamePart;
-      v[c] = f;
-    }
-  }
-};
+namespace detail {
 
-inline constexpr ScanClassTable kScanClass{};
+inline constexpr char kCData[] = "CDATA";
 
-inline std::uint16_t scanClass(char c) {
-  return kScanClass.v[static_cast<unsigned char>(c)];
+inline constexpr char kNameExpected[] = "syntax error (name expected)";
+inline constexpr char kSpaceExpected[] = "syntax error (space expected)";
+
+inline constexpr char kIllegalCharacter[] = "syntax error (illegal character)";
+inline constexpr char kCrossesEntity[] = "syntax error (markup crosses an entity boundary)";
+inline constexpr char kExpansionLimit[] = "entity expansion limit exceeded";
+inline constexpr std::size_t kExpansionCharge = 32;
+inline constexpr char kOutOfMemory[] = "out of memory";
+
+// Where a reference stands; decides how its replacement is delivered.
+enum class RefContext { Content, AttributeValue, EntityValue };
+
+// Character references to code points XML forbids are errors, except for
+// surrogates and values beyond U+10FFFF, which have no form in any output
+// encoding and arrive as "?" like any unconvertible character.
+inline bool isXmlChar(std::uint32_t c) {
+  if (c < 0x20) return c == '\t' || c == '\n' || c == '\r';
+  return c != 0xFFFE && c != 0xFFFF;
 }
 
-// Whether code point c (from U+0080 up) may stand in an XML name, as its
-// first character when `first`.
-inline bool isNameCodePoint(std::uint32_t c, bool first) {
-  if (c >= 0xC0 && c <= 0x2FF) return c != 0xD7 && c != 0xF7;
-  if (c >= 0x370 && c <= 0x1FFF) return c != 0x37E;
-  if (c == 0x200C || c == 0x200D) return true;
-  if ((c >= 0x2070 && c <= 0x218F) || (c >= 0x2C00 && c <= 0x2FEF)) return true;
-  if ((c >= 0x3001 && c <= 0xD7FF) || (c >= 0xF900 && c <= 0xFDCF)) return true;
-  if ((c >= 0xFDF0 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0xEFFFF)) return true;
-  if (first) return false;
-  return c == 0xB7 || (c >= 0x300 && c <= 0x36F) || c == 0x203F || c == 0x2040;
+inline bool isPublicIdChar(int c) {
+  if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')) return true;
+  return c == ' ' || c == '\n' || c == '\r' || (c > 0 && std::strchr("-'()+,./:=?;!*#@$_%", c));
 }
 
-// The UTF-8 character at [p, e), p < e, as a name character: its length in
-// bytes when it is one (a first one when `first`), 0 when it is not or is
-// malformed, -1 when the window ends inside a sequence that is well formed
-// so far.
-inline int utf8NameChar(const char* p, const char* e, bool first) {
-  auto b = [p](std::ptrdiff_t i) { return static_cast<unsigned char>(p[i]); };
-  int n;
-  std::uint32_t c;
-  if (b(0) < 0xC2) return 0;  // ASCII, a continuation byte or an overlong lead
-  if (b(0) < 0xE0) {
-    n = 2;
-    c = b(0) & 0x1Fu;
-  } else if (b(0) < 0xF0) {
-    n = 3;
-    c = b(0) & 0x0Fu;
-  } else if (b(0) < 0xF5) {
-    n = 4;
-    c = b(0) & 0x07u;
-  } else {
-    return 0;
-  }
-  std::ptrdiff_t have = e - p < n ? e - p : n;
-  for (std::ptrdiff_t i = 1; i < have; ++i) {
-    if ((b(i) & 0xC0) != 0x80) return 0;
-    c = (c << 6) | (b(i) & 0x3Fu);
-  }
-  if (have < n) return -1;
-  if ((n == 3 && c < 0x800) || (n == 4 && (c < 0x10000 || c > 0x10FFFF))) return 0;
-  return isNameCodePoint(c, first) ? n : 0;
-}
+}  // namespace detail
 
-// The length of the UTF-8 sequence that lead byte b starts (1 for any
-// other byte).
-inline int utf8Length(unsigned char b) {
-  return b < 0xC0 ? 1 : b < 0xE0 ? 2 : b < 0xF0 ? 3 : 4;
-}
+using detail::EntityTextSource;
+using detail::isPublicIdChar;
+using detail::isXmlChar;
+using detail::kCData;
+using detail::kCrossesEntity;
+using detail::kEmpty;
+using detail::kExpansionCharge;
+using detail::kExpansionLimit;
+using detail::kIllegalCharacter;
+using detail::kNameExpected;
+using detail::kOutOfMemory;
+using detail::kSpaceExpected;
+using detail::kXmlNamespace;
+using detail::kXmlnsNamespace;
+using detail::RefContext;
+using detail::scanClass;
 
-// The reader's view of its input: a window [p, e) of buffered bytes of the
-// innermost source. Bytes are taken by moving p; the source learns of them
-// (count and line feeds) only at commit(), which happens before every refill,
-// before any direct call on the source and before an error is reported, so
-// the source's line number is exact whenever anyone can see it.
-struct Cursor {
-  InputSource* in = nullptr;   // the source the window belongs to
-  const char* mark = nullptr;  // first byte not yet committed
-  const char* p = nullptr;
-  const char* e = nullptr;
-  int lineFeeds = 0;  // line feeds among [mark, p)
-  // With a stack: the runs come straight from its top source (the stack is
-  // only asked to pop an exhausted one); whether the window belongs to an
-  // entity pushed on it, and the bytes taken from the outermost source.
-  StackedInputSource* stack = nullptr;
-  InputSource* base = nullptr;
-  bool inEntity = false;
-  std::size_t outerBytes = 0;
-  // Entity ends to report: set once the stack is below watchDepth, the
-  // depth of the innermost entity whose end is awaited (0: none).
-  std::size_t watchDepth = 0;
-  bool ended = false;
-  // External entities on the stack (source and depth, innermost last).
-  // Every byte taken from one counts against the expansion budget, the
-  // larger of expansionMin and expansionFactor times outerBytes; a new
-  // window is refused once the count has passed it (overBudget).
-  struct External {
-    const InputSource* source;
-    std::size_t depth;
+struct SimpleXMLReader::Data {
+  Data(SimpleXMLReader* r, fw::IApplication* a) : reader(r), app(a), scratch(8192) {}
+
+  SimpleXMLReader* reader;  // fills attribute lists through the base class
+  zob::Ref<fw::IApplication> app;
+  DefaultHandler defaultHandler;
+  ContentHandler* content = &defaultHandler;
+  DTDHandler* dtd = &defaultHandler;
+  EntityResolver* resolver = &defaultHandler;
+  ErrorHandler* errors = &defaultHandler;
+  DeclHandler* decl = &defaultHandler;
+  LexicalHandler* lexical = &defaultHandler;
+
+  bool namespaces = true;
+  bool namespacePrefixes = false;
+  bool useUtf8 = false;
+  bool html4Entities = false;
+  bool externalGeneral = false;
+  bool externalParameter = false;
+  // The most bytes one token (a name, an attribute value, a run of text, a
+  // comment ...) may hold in memory.
+  std::size_t maxToken = SimpleXMLReader::kDefaultMaxTokenSize;
+
+  bool failed = false;  // a fatal error was reported in this parse
+
+  // Scratch texts: character data, comments and PI data (text); attribute
+  // and declaration values (value); names that span buffer refills
+  // (nameBuf).
+  std::string text;
+  std::string value;
+  std::string nameBuf;
+
+  // The namespace bindings in force.
+  detail::NamespaceScope scope;
+
+  // The UTF-32 codec for character references when the output is not UTF-8:
+  // opened on first use in a parse, closed at the next parse.
+  KtzTextCodec* utf32Codec = nullptr;
+  bool utf32CodecFailed = false;
+
+  util::StackAlloc scratch;
+
+  // Per parse.
+  detail::Cursor cur;
+  StackedInputSource* input = nullptr;
+
+  // The attributes of the start tag being read, in document order.
+  struct RawAttr {
+    const char* name;
+    size_t length;
+    const char* value;
+    const char* colon;  // the name's first (with namespaces on), or null
   };
-  std::vector<External> externals;
-  bool inExternal = false;
-  bool overBudget = false;
-  std::size_t* expanded = nullptr;
-  std::size_t expansionMin = 0;
-  std::size_t expansionFactor = 0;
+  std::vector<RawAttr> attrs;
+  // The list handed to startElement, emptied and refilled for every tag.
+  Attributes list;
 
-  void attach(InputSource* source, StackedInputSource* stacked = nullptr) {
-    in = base = stacked ? stacked->top() : source;
-    stack = stacked;
-    mark = p = e = nullptr;
-    lineFeeds = 0;
-    inEntity = false;
-    outerBytes = 0;
-    watchDepth = 0;
-    ended = false;
-    externals.clear();
-    inExternal = false;
-    overBudget = false;
-  }
-  // Forgets the external entities that have left the stack.
-  void pruneExternals() {
-    const std::size_t depth = stack ? stack->depth() : 0;
-    while (!externals.empty() && externals.back().depth > depth) externals.pop_back();
-  }
-  bool withinBudget() const {
-    std::size_t budget;
-    if (__builtin_mul_overflow(outerBytes, expansionFactor, &budget))
-      budget = static_cast<std::size_t>(-1);
-    if (budget < expansionMin) budget = expansionMin;
-    return *expanded <= budget;
-  }
-  void commit() {
-    if (p != mark) {
-      std::size_t n = static_cast<std::size_t>(p - mark);
-      in->consumeRun(n, lineFeeds);
-      if (!inEntity)
-        outerBytes += n;
-      else if (inExternal)
-        *expanded += n;
+  // Open elements, document element first.
+  struct Open {
+    const char* qName;
+    const char* uri;
+    const char* localName;
+    void* mark;       // scratch position before the element's strings
+    size_t bindings;  // bindings in force before the element
+    size_t qLength;
+    unsigned entity;  // the entity in which the start tag stands
+  };
+  std::vector<Open> open;
+
+  // Declared entities, parameter entities under "%" and their name; each
+  // holds one reference. Kept from document to document.
+  // Entity names are short: FNV-1a hashes them in fewer steps than the
+  // library's hash for long strings.
+  struct EntityHash {
+    using is_transparent = void;
+    size_t operator()(std::string_view s) const {
+      std::uint64_t h = 14695981039346656037ull;
+      for (char c : s) h = (h ^ static_cast<unsigned char>(c)) * 1099511628211ull;
+      return static_cast<size_t>(h);
     }
-    mark = p;
-    lineFeeds = 0;
+  };
+  struct Declared {
+    Entity* entity;
+    InternalEntity* internal;  // the same entity when it is internal, else null
+  };
+  std::unordered_map<std::string, Declared, EntityHash, std::equal_to<>> entities;
+  EntityLimits limits;
+  EntityCounters counters;
+  // Memory for the sources of internal entity text; it outlives them, as
+  // each parse empties its input stack before it returns.
+  EntityTextSource::Pool sourcePool;
+
+  ~Data();
+
+  void closeCodec();
+
+  bool* feature(const std::string& name);
+
+  // ---- errors -------------------------------------------------------------
+
+  bool fatal(const std::string& msg);
+  bool scanEnd(int c);
+  bool endOfInput();
+  bool expected(const char* what);
+  bool expectedOneOf(const char* set);
+  template <class Handler>
+  bool refused(Handler* h) {
+    return fatal(h->getErrorMessage());
   }
-  // Commits and forgets the window: the source is about to be used directly
-  // (reset, pushed on, read byte by byte).
-  void drop() {
-    commit();
-    mark = p = e = nullptr;
+  bool tooLong();
+
+  // ---- scanning -----------------------------------------------------------
+
+  [[gnu::always_inline]] bool skipSpace();
+
+  bool lookingAt(const char* s, size_t n, const char* follow = nullptr);
+  void take(size_t n);
+  bool accept(const char* s, size_t n);
+  bool expect(char c);
+
+  // Appends input to out up to the next byte of class stop other than CR and
+  // LF; CR LF and a lone CR arrive as LF. Returns that byte, not taken, -1
+  // at the end of input, or -2 after reporting a forbidden character. With
+  // untilEntityEnd, returns kEntityEnded as soon as an entity whose end is
+  // to be reported has been read to its end (see reportEntityEnds).
+  static constexpr int kEntityEnded = -3;
+  int scanText(std::uint16_t stop, std::string& out, bool untilEntityEnd = false);
+
+  static bool forbiddenUtf8(const char* p, const char* e);
+
+  bool forbiddenHere();
+
+  int takeCutSequence(int n, char* bytes);
+  void putBack(const char* bytes, int got);
+
+  char* scratchCopy(const char* s, size_t n);
+
+  char* readName(size_t* length);
+  const char* nameColon = nullptr;
+  int nameColons = 0;
+
+  char* readNmToken(size_t* length);
+
+  char* readNameRest(bool token, size_t* length);
+
+  bool joinCharacter(bool first);
+
+  const char* readAttributeValue(char quote, size_t* length = nullptr);
+
+  // ---- references ---------------------------------------------------------
+
+  void appendCodePoint(std::uint32_t cp, std::string& out);
+
+  bool reference(RefContext where, char quote, std::string& out);
+
+  bool deliverCodePoint(RefContext where, std::uint32_t cp, std::string& out);
+
+  bool entityReference(RefContext where, char quote, const char* name, size_t length,
+                       std::string& out);
+
+  bool withinLimits(std::size_t length);
+
+  // Each entity read gets a serial number, the document 0; instances holds
+  // those of the sources on the input stack, which drops exhausted ones by
+  // itself. Markup must begin and end in the same entity.
+  std::vector<unsigned> instances;
+  unsigned serial = 0;
+  unsigned currentEntity() {
+    if (serial == 0) return 0;  // no entity read yet in this parse
+    const std::size_t depth = input->depth();
+    if (depth != instances.size()) instances.resize(depth);
+    return instances.back();
   }
-  // Makes at least one byte available; false at end of input or on a read
-  // error (the source's flags tell which).
-  bool fill() {
-    commit();
-    if (inExternal && !withinBudget()) overBudget = true;
-    if (overBudget) {
-      mark = p = e = nullptr;
-      return false;
+  void enterEntity();
+
+  // Entities read as content (not those in attribute values) are reported
+  // to a lexical handler of the client's own: startEntity before the first
+  // event of their text, endEntity once their source has left the input
+  // stack. The reported ones still open, innermost last, with the depth of
+  // their source and their serial number.
+  struct Started {
+    std::size_t depth;
+    unsigned serial;
+    const Entity* entity;
+  };
+  std::vector<Started> started;
+
+  bool reportsEntity(RefContext where) const {
+    return where == RefContext::Content && lexical && lexical != &defaultHandler;
+  }
+  void watchEntity(const Entity* entity);
+  bool reportEntityEnds();
+  bool textThenEntityEnds();
+
+  bool pushEntity(RefContext where, const Declared& declared);
+
+  InputSource* openEntity(ExternalEntity* entity, const Locator& here);
+
+  bool externalEntityStart(InputSource* source);
+
+  // ---- namespaces ---------------------------------------------------------
+  // The bindings live in `scope`; these add the handler calls and the
+  // rules for qualified names and reserved prefixes.
+
+  bool unbind(size_t keep);
+
+  bool checkQName(const char* name, size_t length, const char* colon, int colons, bool isElement);
+  bool checkQNameFully(const char* name, size_t length, const char* colon, int colons,
+                       bool isElement);
+
+  bool checkBinding(const char* attribute, const char* prefix, const char* uri);
+
+  bool checkNoColon(const char* name);
+
+  void resolve(const char* qName, const char* colon, bool isElement, const char** uri,
+               const char** localName);
+
+  // ---- markup -------------------------------------------------------------
+
+  bool startTag();
+
+  bool endElement(const char* uri, const char* localName, const char* qName, void* mark,
+                  size_t bindingsBefore);
+
+  bool endTag();
+
+  bool comment();
+
+  bool processingInstruction();
+
+  bool cdataSection();
+
+  bool elementContent();
+
+  bool misc(bool prolog);
+
+  // ---- XML declaration and encoding ---------------------------------------
+
+  bool applyEncoding(const char* name);
+
+  // "=" and a quoted value of the declaration, into value; each byte must
+  // pass check(byte, index).
+  template <class Check>
+  bool declValue(Check check) {
+    skipSpace();
+    if (!expect('=')) return false;
+    skipSpace();
+    int q = cur.peek();
+    if (q < 0) return endOfInput();
+    if (q != '"' && q != '\'') return expectedOneOf("\"'");
+    cur.skip();
+    value.clear();
+    for (;;) {
+      int c = cur.peek();
+      if (c < 0) return endOfInput();
+      if (c == q) break;
+      if (!check(c, value.size())) return false;
+      if (value.size() >= maxToken) return tooLong();
+      value += static_cast<char>(c);
+      cur.skip();
     }
-    const char* b = nullptr;
-    const char* end = nullptr;
-    if (stack) {
-      in = stack->top();
-      while (!in->peekRun(&b, &end) || b == end) {
-        if (!stack->pop()) {
-          if (stack->depth() < watchDepth) ended = true;
-          mark = p = e = nullptr;
-          return false;
-        }
-        in = stack->top();
-      }
-      inEntity = in != base;
-      if (stack->depth() < watchDepth) ended = true;
-      inExternal = false;
-      if (!externals.empty()) {
-        pruneExternals();
-        inExternal = !externals.empty() && externals.back().source == in &&
-                     externals.back().depth == stack->depth();
-        if (inExternal && !withinBudget()) {
-          overBudget = true;
-          mark = p = e = nullptr;
-          return false;
-        }
-      }
-    } else if (!in->peekRun(&b, &end) || b == end) {
-      mark = p = e = nullptr;
-      return false;
-    }
-    mark = p = b;
-    e = end;
+    cur.skip();
     return true;
   }
-  // The next byte (0..255) without taking it, or -1 at the end.
-  int peek() {
-    if (p == e && !fill()) return -1;
-    return static_cast<unsigned char>(*p);
-  }
-  // Takes the byte peek() returned.
-  void skip() {
-    if (*p == '\n') ++lineFeeds;
-    ++p;
-  }
-  int next() {
-    int c = peek();
-    if (c >= 0) skip();
-    return c;
-  }
+
+  static bool isAsciiLetter(int c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+  static bool isDigit(int c) { return c >= '0' && c <= '9'; }
+
+  bool xmlDeclaration();
+
+  bool readDeclaration(bool* present, bool textDecl = false);
+  std::string declaredEncoding;
+  std::string documentVersion = "1.0";
+
+  // ---- document type declaration -----------------------------------------
+
+  bool requireSpace();
+  const char* name();
+  bool close();
+
+  bool literal(std::string& out, bool publicId);
+
+  int literalChar();
+
+  bool externalId(std::string& publicId, std::string& systemId, bool notation, bool* present);
+
+  bool doctype();
+
+  bool internalSubset();
+
+  bool parameterReference();
+
+  bool elementDecl();
+
+  bool mixedModel(std::string& model);
+
+  void suffix(std::string& model);
+
+  bool childrenModel(std::string& model);
+
+  bool enumeration(std::string& type, bool names);
+
+  bool attlistDecl();
+
+  bool entityValue(char quote, std::string& out);
+
+  void declare(const std::string& key, Entity* entity);
+
+  bool entityDecl();
+
+  bool notationDecl();
+
+  // ---- document -----------------------------------------------------------
+
+  bool document();
+
+  bool parse(InputSource* source);
+
+  void reportException(std::exception_ptr ex);
+
+  bool parseDocument(InputSource* source);
 };
 
-}  // namespace qor::quv::xml::sax::detail
+}  // namespace qor::quv::xml::sax
+
+// Data's token readers, inline as the grammar calls them for every token.
+#include "xml/sax/sax_ReaderTokens_impl.h"
 
 #endif

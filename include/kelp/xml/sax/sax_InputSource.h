@@ -1,13 +1,14 @@
 /* qor::quv::xml::sax::InputSource: the abstract byte source a reader pulls
  * its document from, already decoded into the reader's output encoding.
  *
- * The reader takes bytes one at a time (get, unget, consume), asks whether
- * the input continues with given patterns without consuming it
- * (testPending) and scans white space, names and name tokens in one call
- * each. The implementations are SimpleInputSource (buffering, line
- * counting, the scanners), ISInputSource (streams and decoding) and
- * StackedInputSource (entity replacement text read in place). A source is
- * used by one thread at a time.
+ * A reader takes the buffered input in runs (peekRun, consumeRun) and scans
+ * them itself; the byte operations (get, unget, consume), the look-ahead
+ * (testPending) and the scanners for white space, names and name tokens
+ * (one call each) serve readers that go byte by byte or token by token.
+ * The implementations are SimpleInputSource (buffering, line counting, the
+ * scanners), ISInputSource (streams and decoding) and StackedInputSource
+ * (the sources of nested entities, innermost on top). A source is used by
+ * one thread at a time.
  *
  *   int c;
  *   while ((c = input->get()) >= 0) handle(static_cast<char>(c));

@@ -1,5 +1,9 @@
-/* qor::quv::xml::sax::StackedInputSource: a stack of input sources through
- * which entity replacement text is read in place.
+/* qor::quv::xml::sax::StackedInputSource: a stack of input sources, the
+ * document's at the bottom and the source of each entity being read above
+ * the one that referred to it, read as one input.
+ *
+ * A reader may take runs (peekRun, consumeRun) straight from top() and only
+ * ask the stack to pop a source it has read to its end.
  *
  * Built on the document's outermost source, which it never owns; every
  * source pushed later belongs to the stack and is deleted when popped or
@@ -13,7 +17,7 @@
  *   not hidden by falling back to the enclosing source.
  *
  *   StackedInputSource input(&document);
- *   input.push(new ReplacementTextSource(...));  // now owned by input
+ *   input.push(entitySource);  // now owned by input
  *   int c = input.get();
  */
 #ifndef KELP_XML_SAX_SAX_STACKEDINPUTSOURCE_H
