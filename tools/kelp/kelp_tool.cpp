@@ -13,6 +13,7 @@
 
 #include <kelp/util/utl_CatalogueReader.h>
 #include <kelp/util/utl_EDate.h>
+#include <ktz/ktz_gettext.h>
 
 namespace kelp::tool {
 
@@ -298,6 +299,10 @@ class Punctuation : public std::numpunct<char> {
 };
 
 }  // namespace
+
+std::string label(const std::string& lang, const char* msgid) {
+  return ktzDGetTextIn(KTZ_KELP_TEXT_DOMAIN, lang.c_str(), msgid);
+}
 
 std::locale numberLocale(const std::string& lang) {
   char point = '.', separator = ',';

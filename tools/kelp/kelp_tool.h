@@ -211,6 +211,13 @@ class Progress {
  * (1,234.56 for en and most languages, 1.234,56 for de, 1 234,56 for fr). */
 std::locale numberLocale(const std::string& lang);
 
+/* A fixed word of a report or quote in its language, from the library's
+ * message catalogue (po/; `label` is the keyword the template is extracted
+ * by, and a test fails on a label the template lacks). Templates take
+ * trusted values only (dates, versions, counts, amounts), so a placeholder
+ * cannot come from the data. */
+std::string label(const std::string& lang, const char* msgid);
+
 /* Installs a global locale; restores the previous one when it goes. */
 class GlobalLocale {
  public:
