@@ -399,7 +399,7 @@ int runReport(kelp::tool::Invocation& inv) {
   }
 
   basket::CatalogueReader handler(inv.app);
-  const bool read = handler.read(data, file);
+  const bool read = kelp::tool::readCatalogueText(handler, data, file);
   for (const basket::CatalogueFault& f : handler.getFaults())
     kelp::tool::reportAt(inv, file, f.line, f.message);
   if (!read) {

@@ -344,6 +344,16 @@ std::string htmlPageStart(const std::string& lang, const std::string& title) {
          "</style>\n</head>\n<body>\n";
 }
 
+bool readCatalogueText(qor::quv::basket::CatalogueReader& reader, const std::string& data,
+                       const std::string& file) {
+  Progress bar(file, data.size());
+  reader.setProgress([&bar](std::size_t done, std::size_t) { bar.update(done); });
+  const bool read = reader.read(data, file);
+  reader.setProgress(nullptr);
+  bar.finish();  // before the faults are reported
+  return read;
+}
+
 bool readCatalogue(const Invocation& inv, const std::string& path,
                    qor::quv::basket::CatalogueReader& reader) {
   const std::string file = displayName(path);
@@ -352,7 +362,7 @@ bool readCatalogue(const Invocation& inv, const std::string& path,
     reportAt(inv, file, 0, message);
     return false;
   }
-  const bool read = reader.read(data, file);
+  const bool read = readCatalogueText(reader, data, file);
   for (const qor::quv::basket::CatalogueFault& f : reader.getFaults())
     reportAt(inv, file, f.line, f.message);
   if (!read) reportAt(inv, file, reader.getFatalLine(), reader.getFatalMessage());

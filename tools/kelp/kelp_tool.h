@@ -238,6 +238,12 @@ class GlobalLocale {
  * with the opening <body>. */
 std::string htmlPageStart(const std::string& lang, const std::string& title);
 
+/* reader.read(data, file) with a Progress bar labelled file that follows
+ * the XML reader through the text (the loading before it is quick; the
+ * reading and checking of the records is what takes long). */
+bool readCatalogueText(qor::quv::basket::CatalogueReader& reader, const std::string& data,
+                       const std::string& file);
+
 /* Reads the catalogue file at path (or standard input for "-") into
  * reader, reporting its faults as "file:line: message" on err; false (after
  * the report) when the file cannot be read or the catalogue as a whole is
