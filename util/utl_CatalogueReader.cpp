@@ -876,6 +876,36 @@ std::string CatalogueReader::wrapDescription(const std::string& body) {
   return "<html><head><title></title></head><body>" + body + "</body></html>";
 }
 
+namespace {
+
+// The document handed to the XML reader in blocks straight from the text
+// (no copy), reporting how far the reader has taken it.
+class ProgressBuffer : public std::streambuf {
+ public:
+  ProgressBuffer(const std::string& text, const CatalogueReader::ProgressFn& progress)
+      : text_(text), progress_(progress) {}
+
+ protected:
+  int_type underflow() override {
+    if (gptr() < egptr()) return traits_type::to_int_type(*gptr());
+    if (next_ >= text_.size()) return traits_type::eof();
+    const std::size_t n = std::min(kBlock, text_.size() - next_);
+    char* begin = const_cast<char*>(text_.data()) + next_;  // read only: no putback
+    setg(begin, begin, begin + n);
+    next_ += n;
+    if (progress_) progress_(next_, text_.size());
+    return traits_type::to_int_type(*gptr());
+  }
+
+ private:
+  static constexpr std::size_t kBlock = 64 * 1024;
+  const std::string& text_;
+  const CatalogueReader::ProgressFn& progress_;
+  std::size_t next_ = 0;
+};
+
+}  // namespace
+
 bool CatalogueReader::read(const std::string& text, const std::string& systemId) {
   catalogue_ = Catalogue();
   faults_.clear();
@@ -883,7 +913,8 @@ bool CatalogueReader::read(const std::string& text, const std::string& systemId)
   fatalMessage_.clear();
   fatalLine_ = 0;
   try {
-    std::istringstream in(text);
+    ProgressBuffer blocks(text, progress_);
+    std::istream in(&blocks);
     sax::ISInputSource source("", systemId, &in, false);
     Handler handler(app_, text, catalogue_, faults_);
     sax::SimpleXMLReader reader(app_);

@@ -24,13 +24,14 @@ if(KELP_MSGCMP)
   endforeach()
 endif()
 
-# The labels of the tool's catalogue report (marked `label(lang, "...")`)
-# are all in the template, and so, by the tests above, translated.
+# The labels of the tool's catalogue report and quote (marked
+# `label(lang, "...")`) are all in the template, and so, by the tests above,
+# translated.
 find_program(KELP_XGETTEXT xgettext)
 if(KELP_MSGCMP AND KELP_XGETTEXT)
   add_test(NAME l10n_catalogue_report_labels
     COMMAND ${CMAKE_COMMAND} -DXGETTEXT=${KELP_XGETTEXT} -DMSGCMP=${KELP_MSGCMP}
-      -DSOURCE=${PROJECT_SOURCE_DIR}/tools/kelp/kelp_catalogue.cpp
+      -DSOURCES=${PROJECT_SOURCE_DIR}/tools/kelp/kelp_catalogue.cpp,${PROJECT_SOURCE_DIR}/tools/kelp/kelp_basket.cpp
       -DTEMPLATE=${PROJECT_SOURCE_DIR}/po/quv-kelp.pot
       -DWORK_DIR=${CMAKE_CURRENT_BINARY_DIR}/l10n-labels
       -P ${CMAKE_CURRENT_SOURCE_DIR}/l10n/labels_in_template.cmake)

@@ -3,7 +3,8 @@
 #   README shows (tests/readme/readme_tour.sh);
 # - readme_start_<name>: every "Getting started" example (the block after
 #   "<!-- example: start-<name>.cpp -->") is built as a program of the build
-#   tree and prints the block after "<!-- example: start-<name>.out -->".
+#   tree and, run from the source tree (where samples/ is), prints the block
+#   after "<!-- example: start-<name>.out -->".
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/README.md)
 include(${CMAKE_CURRENT_LIST_DIR}/../package/readme_example.cmake)
 
@@ -39,6 +40,7 @@ foreach(marker IN LISTS kelp_start_examples)
   add_test(NAME readme_start_${name}
     COMMAND ${CMAKE_COMMAND} -DPROGRAM=$<TARGET_FILE:readme_start_${name}>
       -DEXPECTED=${kelp_start_dir}/${name}.out -DWORK_DIR=${kelp_start_dir}/${name}.run
+      -DRUN_DIR=${PROJECT_SOURCE_DIR}
       -P ${CMAKE_CURRENT_SOURCE_DIR}/readme/run_example.cmake)
   set_tests_properties(readme_start_${name} PROPERTIES LABELS unit)
 endforeach()

@@ -1,12 +1,14 @@
-# Extracts the texts marked label(lang, "...") from SOURCE with xgettext and
-# fails when the message template TEMPLATE lacks any of them (cmake -P).
+# Extracts the texts marked label(lang, "...") from SOURCES (paths joined by
+# commas) with xgettext and fails when the message template TEMPLATE lacks
+# any of them (cmake -P).
+string(REPLACE "," ";" sources "${SOURCES}")
 file(REMOVE_RECURSE ${WORK_DIR})
 file(MAKE_DIRECTORY ${WORK_DIR})
 execute_process(COMMAND ${XGETTEXT} -C --keyword= --keyword=label:2 --from-code=UTF-8
-    -o ${WORK_DIR}/labels.pot ${SOURCE}
+    -o ${WORK_DIR}/labels.pot ${sources}
   RESULT_VARIABLE rc ERROR_VARIABLE err)
 if(NOT rc EQUAL 0 OR NOT EXISTS ${WORK_DIR}/labels.pot)
-  message(FATAL_ERROR "xgettext found no labels in ${SOURCE}: ${err}")
+  message(FATAL_ERROR "xgettext found no labels in ${SOURCES}: ${err}")
 endif()
 execute_process(COMMAND ${MSGCMP} --use-untranslated ${TEMPLATE} ${WORK_DIR}/labels.pot
   RESULT_VARIABLE rc ERROR_VARIABLE err)

@@ -107,6 +107,16 @@ TEST(KelpBasket, QuoteInGermanUsesItsNamesAndNumberForm) {
   EXPECT_NE(r.out.find("Höhenverstellbarer Schreibtisch"), std::string::npos);
   EXPECT_NE(r.out.find("Platte: Eiche furniert"), std::string::npos);
   EXPECT_NE(r.out.find("3.220,74\n"), std::string::npos);
+  // With the build tree's message catalogue the quote's own words are German
+  // too, and the totals keep their column.
+  auto words = runKelp(
+      {"basket", "price", "--catalogue", kCatalogue, "--lang", "de", "samples/basket.xml"}, "",
+      {{"KELP_LOCALEDIR", KELP_BINARY_DIR "/locale"}});
+  ASSERT_EQ(words.status, 0);
+  EXPECT_NE(words.out.find("\nSteuern\n"), std::string::npos);
+  EXPECT_NE(words.out.find("\nPos.  Artikel       Bezeichnung "), std::string::npos);
+  EXPECT_NE(words.out.find("\nf\xC3\xA4llig" + std::string(70, ' ') + "3.220,74\n"),
+            std::string::npos);
   // France: 20 % on the standard class of 3,185.25 is 637.05.
   auto fr = runKelp(
       {"basket", "price", "--catalogue", kCatalogue, "--country", "FR", "samples/basket.xml"});

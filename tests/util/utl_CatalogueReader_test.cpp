@@ -3,6 +3,10 @@
 #include <kelp/util/utl_CatalogueReader.h>
 #include <kelp/util/utl_PriceCalculation.h>
 
+#include <algorithm>
+#include <string>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "attribute_maker.h"
@@ -126,4 +130,30 @@ TEST(CatalogueReader, ReadsTaxesChoicesTiersAndClassificationsThatPriceABasket) 
       << r.netTotal.formatString();
   EXPECT_TRUE(r.grossTotal == ECurrency("EUR", kelp::test::d128("41.49")))
       << r.grossTotal.formatString();
+}
+
+TEST(CatalogueReader, ReportsProgressAsTheXmlReaderTakesTheText) {
+  // Over 64 KiB of articles: more than one block, each reported once, the
+  // last at the whole size; the articles are read as without the callback.
+  std::string text =
+      "<catalogue id='c' version='1.0.0' lang='en' currencies='EUR' "
+      "valid-from='2026-01-01' valid-until='2026-12-31'>\n";
+  const int articles = 2000;
+  for (int i = 0; i < articles; ++i)
+    text += " <article id='A" + std::to_string(i) +
+            "'><name>Article</name><price currency='EUR' value='1.00'/></article>\n";
+  text += "</catalogue>\n";
+  ASSERT_GT(text.size(), std::size_t(2) * 64 * 1024);
+  std::vector<std::size_t> done;
+  CatalogueReader reader(nullptr);
+  reader.setProgress([&](std::size_t d, std::size_t total) {
+    EXPECT_EQ(total, text.size());
+    done.push_back(d);
+  });
+  ASSERT_TRUE(reader.read(text)) << reader.getFatalMessage();
+  EXPECT_EQ(reader.getCatalogue().getArticles().size(), std::size_t(articles));
+  ASSERT_GE(done.size(), 3u);
+  EXPECT_TRUE(std::is_sorted(done.begin(), done.end()));
+  EXPECT_EQ(std::adjacent_find(done.begin(), done.end()), done.end());
+  EXPECT_EQ(done.back(), text.size());
 }

@@ -15,6 +15,7 @@
 #include <kelp/util/utl_Funcs.h>
 #include <kelp/util/utl_PriceCalculation.h>
 #include <kelp/xml/xml_Writer.h>
+#include <vorn/vorn_placeholder.h>
 #include <nlohmann/json.hpp>
 
 #include "kelp_tool.h"
@@ -23,6 +24,7 @@ namespace {
 
 namespace util = qor::quv::util;
 namespace basket = qor::quv::basket;
+using kelp::tool::label;
 using util::ECurrency;
 using util::EDate;
 
@@ -135,14 +137,17 @@ std::string padLeft(const std::string& s, std::size_t w) {
   return n >= w ? s : std::string(w - n, ' ') + s;
 }
 
-const char* kindLabel(basket::CalcItemType type) {
+// Fixed words are the quote's language (label); texts of the data (ids,
+// names, tax classes) are joined to them, never put into a template, so that
+// a '%1' in the data stays as written.
+std::string kindLabel(const std::string& lang, basket::CalcItemType type) {
   switch (type) {
     case basket::CIT_CustomerDiscount:
-      return "customer discount";
+      return label(lang, "customer discount");
     case basket::CIT_ProjectDiscount:
-      return "project discount";
+      return label(lang, "project discount");
     case basket::CIT_UnitTax:
-      return "unit tax";
+      return label(lang, "unit tax");
     default:
       return basket::calcItemTypeName(type);
   }
@@ -218,7 +223,7 @@ QuoteModel makeModel(const Inputs& in, const basket::PriceResult& r,
     l.net = ip.net;
     for (const basket::PriceCalcEntry& e : ip.entries)
       if (e.type == basket::CIT_QuantityDiscount) {
-        l.tierLabel = e.label.empty() ? std::string("quantity discount") : e.label;
+        l.tierLabel = e.label.empty() ? label(lang, "quantity discount") : e.label;
         l.tierBase = e.base;
         l.tierAmount = e.amount;
       }
@@ -261,8 +266,7 @@ QuoteModel makeModel(const Inputs& in, const basket::PriceResult& r,
                        e.type == basket::CIT_PaymentDiscountAbsolute ||
                        e.type == basket::CIT_Deposit;
     payableSeen = payableSeen || after;
-    QuoteRow row{e.type, e.label.empty() ? std::string(kindLabel(e.type)) : e.label, e.taxClass,
-                 e.amount};
+    QuoteRow row{e.type, e.label.empty() ? kindLabel(lang, e.type) : e.label, e.taxClass, e.amount};
     (payableSeen ? m.afterPayable : m.charges).push_back(std::move(row));
   }
   m.tax = r.taxTotal;
@@ -285,11 +289,16 @@ class TextQuote {
   TextQuote(std::FILE* out, const QuoteModel& m) : out_(out), m_(m) {}
 
   void write() {
-    print("quote " + m_.basketId + ", catalogue " + m_.catalogueId + " " + m_.catalogueVersion +
-          ", " + m_.currency + ", price date " + m_.priceDate +
-          (m_.taxCountry.empty() ? std::string() : ", tax country " + m_.taxCountry) + "\n\n");
-    print(padRight("pos", 6) + padRight("article", 14) + padRight("name", 30) + padLeft("qty", 6) +
-          padLeft("unit price", 14) + padLeft("line net", 14) + "\n");
+    print(label(m_.lang, "quote") + " " + m_.basketId + ", " + label(m_.lang, "catalogue") + " " +
+          m_.catalogueId + " " + m_.catalogueVersion + ", " + m_.currency + ", " +
+          (label(m_.lang, "price date %1") << m_.priceDate) +
+          (m_.taxCountry.empty() ? std::string()
+                                 : ", " + label(m_.lang, "tax country") + " " + m_.taxCountry) +
+          "\n\n");
+    print(padRight(label(m_.lang, "pos"), 6) + padRight(label(m_.lang, "article"), 14) +
+          padRight(label(m_.lang, "name"), 30) + padLeft(label(m_.lang, "qty"), 6) +
+          padLeft(label(m_.lang, "unit price"), 14) + padLeft(label(m_.lang, "line net"), 14) +
+          "\n");
     for (const QuoteLine& l : m_.lines) {
       std::string s = padRight(l.position, 6) + padRight(l.article, 14) + padRight(l.name, 30) +
                       padLeft(quantityText(l), 6);
@@ -297,23 +306,26 @@ class TextQuote {
       print(s + "\n");
       for (const auto& [label, value] : l.choices) print("      " + label + ": " + value + "\n");
       if (!l.tierLabel.empty())
-        line("      " + l.tierLabel + " (line " + amount(l.tierBase) + ")", amount(l.tierAmount));
+        line("      " + l.tierLabel + " " + (label(m_.lang, "(line %1)") << amount(l.tierBase)),
+             amount(l.tierAmount));
     }
     print("\n");
     for (const QuoteRow& r : m_.charges) row(r);
-    if (!m_.taxes.empty()) print("taxes\n");
+    if (!m_.taxes.empty()) print(label(m_.lang, "taxes") + "\n");
     for (const QuoteTax& t : m_.taxes) {
       if (t.kind == basket::CIT_UnitTax)
-        line("  " + t.taxClass + " unit tax, item " + t.position, amount(t.amount));
+        line("  " + t.taxClass + " " + (label(m_.lang, "unit tax, item %1") << t.position),
+             amount(t.amount));
       else
-        line("  " + t.taxClass + " " + t.rate + " of " + amount(t.base), amount(t.amount));
+        line("  " + t.taxClass + " " + (label(m_.lang, "%1 of %2") << t.rate << amount(t.base)),
+             amount(t.amount));
     }
-    line("net", amount(m_.net));
-    line("gross", amount(m_.gross));
-    if (m_.hasCashRounding) line("cash rounding", amount(m_.cashRounding));
-    line("payable", amount(m_.payable));
+    line(label(m_.lang, "net"), amount(m_.net));
+    line(label(m_.lang, "gross"), amount(m_.gross));
+    if (m_.hasCashRounding) line(label(m_.lang, "cash rounding"), amount(m_.cashRounding));
+    line(label(m_.lang, "payable"), amount(m_.payable));
     for (const QuoteRow& r : m_.afterPayable) row(r);
-    line("due", amount(m_.due));
+    line(label(m_.lang, "due"), amount(m_.due));
   }
 
  private:
@@ -331,12 +343,12 @@ class TextQuote {
       print("  " + r.label + "\n");
       return;
     }
-    std::string label = r.label;
+    std::string text = r.label;
     if (r.kind == basket::CIT_PaymentDiscount || r.kind == basket::CIT_PaymentDiscountAbsolute)
-      label += " (not deducted)";
+      text += " " + label(m_.lang, "(not deducted)");
     else if (!r.taxClass.empty())
-      label += " (" + r.taxClass + ")";
-    line("  " + label, amount(r.amount));
+      text += " (" + r.taxClass + ")";
+    line("  " + text, amount(r.amount));
   }
 
   std::FILE* out_;
@@ -352,17 +364,20 @@ class HtmlQuote {
   HtmlQuote(std::FILE* out, const QuoteModel& m) : out_(out), m_(m) {}
 
   void write() {
-    const std::string title = "Quote " + esc(m_.basketId);
+    const std::string title = label(m_.lang, "Quote") + " " + esc(m_.basketId);
     print(kelp::tool::htmlPageStart(m_.lang, title));
-    print("<h1>" + title + "</h1>\n<p class=\"meta\">Catalogue " + esc(m_.catalogueId) + " " +
-          esc(m_.catalogueVersion) + " &middot; " + esc(m_.currency) + " &middot; price date " +
-          m_.priceDate +
-          (m_.taxCountry.empty() ? std::string() : " &middot; tax country " + esc(m_.taxCountry)) +
+    print("<h1>" + title + "</h1>\n<p class=\"meta\">" + label(m_.lang, "Catalogue") + " " +
+          esc(m_.catalogueId) + " " + esc(m_.catalogueVersion) + " &middot; " + esc(m_.currency) +
+          " &middot; " + (label(m_.lang, "price date %1") << m_.priceDate) +
+          (m_.taxCountry.empty()
+               ? std::string()
+               : " &middot; " + label(m_.lang, "tax country") + " " + esc(m_.taxCountry)) +
           "</p>\n");
-    print(
-        "<table class=\"lines\">\n<thead><tr><th>Pos.</th><th>Article</th><th>Name</th>"
-        "<th class=\"num\">Qty</th><th class=\"num\">Unit price</th>"
-        "<th class=\"num\">Line net</th></tr></thead>\n<tbody>\n");
+    print("<table class=\"lines\">\n<thead><tr><th>" + label(m_.lang, "Pos.") + "</th><th>" +
+          label(m_.lang, "Article") + "</th><th>" + label(m_.lang, "Name") +
+          "</th><th class=\"num\">" + label(m_.lang, "Qty") + "</th><th class=\"num\">" +
+          label(m_.lang, "Unit price") + "</th><th class=\"num\">" + label(m_.lang, "Line net") +
+          "</th></tr></thead>\n<tbody>\n");
     for (const QuoteLine& l : m_.lines) {
       std::string name = esc(l.name);
       for (const auto& [label, value] : l.choices)
@@ -376,9 +391,10 @@ class HtmlQuote {
     }
     print("</tbody>\n</table>\n");
     if (!m_.charges.empty()) {
-      print(
-          "<h2>Discounts and charges</h2>\n<table class=\"charges\">\n<thead><tr><th>Line</th>"
-          "<th>Tax class</th><th class=\"num\">Amount</th></tr></thead>\n<tbody>\n");
+      print("<h2>" + label(m_.lang, "Discounts and charges") +
+            "</h2>\n<table class=\"charges\">\n<thead><tr><th>" + label(m_.lang, "Line") +
+            "</th><th>" + label(m_.lang, "Tax class") + "</th><th class=\"num\">" +
+            label(m_.lang, "Amount") + "</th></tr></thead>\n<tbody>\n");
       for (const QuoteRow& r : m_.charges)
         print("<tr><td>" + esc(r.label) + "</td><td>" + esc(r.taxClass) +
               "</td><td class=\"num\">" +
@@ -386,26 +402,29 @@ class HtmlQuote {
       print("</tbody>\n</table>\n");
     }
     if (!m_.taxes.empty()) {
-      print(
-          "<h2>Taxes</h2>\n<table class=\"taxes\">\n<thead><tr><th>Tax class</th><th>Rate</th>"
-          "<th class=\"num\">Net</th><th class=\"num\">Tax</th></tr></thead>\n<tbody>\n");
+      print("<h2>" + label(m_.lang, "Taxes") + "</h2>\n<table class=\"taxes\">\n<thead><tr><th>" +
+            label(m_.lang, "Tax class") + "</th><th>" + label(m_.lang, "Rate") +
+            "</th><th class=\"num\">" + label(m_.lang, "Net") + "</th><th class=\"num\">" +
+            label(m_.lang, "Tax") + "</th></tr></thead>\n<tbody>\n");
       for (const QuoteTax& t : m_.taxes)
         print("<tr><td>" + esc(t.taxClass) + "</td><td>" +
-              (t.kind == basket::CIT_UnitTax ? "by weight, item " + t.position : esc(t.rate)) +
+              (t.kind == basket::CIT_UnitTax ? label(m_.lang, "by weight, item %1") << t.position
+                                             : esc(t.rate)) +
               "</td><td class=\"num\">" +
               (t.kind == basket::CIT_UnitTax ? std::string() : amount(t.base)) +
               "</td><td class=\"num\">" + amount(t.amount) + "</td></tr>\n");
       print("</tbody>\n</table>\n");
     }
     print("<table class=\"totals\">\n<tbody>\n");
-    total("Net", m_.net);
-    total("Tax", m_.tax);
-    total("Gross", m_.gross);
-    if (m_.hasCashRounding) total("Cash rounding", m_.cashRounding);
-    total("Payable", m_.payable, m_.afterPayable.empty() ? "grand" : "");
+    total(label(m_.lang, "Net"), m_.net);
+    total(label(m_.lang, "Tax"), m_.tax);
+    total(label(m_.lang, "Gross"), m_.gross);
+    if (m_.hasCashRounding) total(label(m_.lang, "Cash rounding"), m_.cashRounding);
+    total(label(m_.lang, "Payable"), m_.payable, m_.afterPayable.empty() ? "grand" : "");
     for (const QuoteRow& r : m_.afterPayable)
-      total(r.label + (r.kind == basket::CIT_Deposit ? "" : " (not deducted)"), r.amount);
-    if (!m_.afterPayable.empty()) total("Due", m_.due, "grand");
+      total(r.label + (r.kind == basket::CIT_Deposit ? "" : " " + label(m_.lang, "(not deducted)")),
+            r.amount);
+    if (!m_.afterPayable.empty()) total(label(m_.lang, "Due"), m_.due, "grand");
     print("</tbody>\n</table>\n</body>\n</html>\n");
   }
 

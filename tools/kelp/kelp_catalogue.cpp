@@ -22,7 +22,6 @@
 #include <kelp/util/utl_TrStrSet.h>
 #include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/xml_Writer.h>
-#include <ktz/ktz_gettext.h>
 #include <vorn/vorn_placeholder.h>
 #include <nlohmann/json.hpp>
 
@@ -120,13 +119,7 @@ std::string stepsText(const basket::ArticlePrice& p) {
   return s;
 }
 
-// A label of the report in the report's language, from the library's
-// message catalogue (po/; `label` is the keyword its template is extracted
-// by). Templates take trusted values only (dates, versions, counts), so a
-// placeholder cannot come from the catalogue's data.
-std::string label(const std::string& lang, const char* msgid) {
-  return ktzDGetTextIn(KTZ_KELP_TEXT_DOMAIN, lang.c_str(), msgid);
-}
+using kelp::tool::label;
 
 std::string articlesCount(const std::string& lang, int n) {
   std::string s = n == 1 ? label(lang, "%1 article") : label(lang, "%1 articles");
@@ -249,8 +242,7 @@ class Report {
     if (!page.isNull()) {
       // The plain-text formatter writes one byte per character (ISO-8859-1),
       // so beyond U+00FF the text shows "?".
-      if (layout::Document* doc =
-              parseDescription(inv_.app, page.str())) {
+      if (layout::Document* doc = parseDescription(inv_.app, page.str())) {
         if (html_)
           description = layout::HtmlFmt(inv_.app, doc).str();
         else
@@ -407,7 +399,7 @@ int runReport(kelp::tool::Invocation& inv) {
   }
 
   basket::CatalogueReader handler(inv.app);
-  const bool read = handler.read(data, file);
+  const bool read = kelp::tool::readCatalogueText(handler, data, file);
   for (const basket::CatalogueFault& f : handler.getFaults())
     kelp::tool::reportAt(inv, file, f.line, f.message);
   if (!read) {

@@ -13,6 +13,7 @@
 
 #include <kelp/util/utl_CatalogueReader.h>
 #include <kelp/util/utl_EDate.h>
+#include <ktz/ktz_gettext.h>
 
 namespace kelp::tool {
 
@@ -299,6 +300,10 @@ class Punctuation : public std::numpunct<char> {
 
 }  // namespace
 
+std::string label(const std::string& lang, const char* msgid) {
+  return ktzDGetTextIn(KTZ_KELP_TEXT_DOMAIN, lang.c_str(), msgid);
+}
+
 std::locale numberLocale(const std::string& lang) {
   char point = '.', separator = ',';
   if (lang == "de") {
@@ -339,6 +344,16 @@ std::string htmlPageStart(const std::string& lang, const std::string& title) {
          "</style>\n</head>\n<body>\n";
 }
 
+bool readCatalogueText(qor::quv::basket::CatalogueReader& reader, const std::string& data,
+                       const std::string& file) {
+  Progress bar(file, data.size());
+  reader.setProgress([&bar](std::size_t done, std::size_t) { bar.update(done); });
+  const bool read = reader.read(data, file);
+  reader.setProgress(nullptr);
+  bar.finish();  // before the faults are reported
+  return read;
+}
+
 bool readCatalogue(const Invocation& inv, const std::string& path,
                    qor::quv::basket::CatalogueReader& reader) {
   const std::string file = displayName(path);
@@ -347,7 +362,7 @@ bool readCatalogue(const Invocation& inv, const std::string& path,
     reportAt(inv, file, 0, message);
     return false;
   }
-  const bool read = reader.read(data, file);
+  const bool read = readCatalogueText(reader, data, file);
   for (const qor::quv::basket::CatalogueFault& f : reader.getFaults())
     reportAt(inv, file, f.line, f.message);
   if (!read) reportAt(inv, file, reader.getFatalLine(), reader.getFatalMessage());

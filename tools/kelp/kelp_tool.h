@@ -211,6 +211,13 @@ class Progress {
  * (1,234.56 for en and most languages, 1.234,56 for de, 1 234,56 for fr). */
 std::locale numberLocale(const std::string& lang);
 
+/* A fixed word of a report or quote in its language, from the library's
+ * message catalogue (po/; `label` is the keyword the template is extracted
+ * by, and a test fails on a label the template lacks). Templates take
+ * trusted values only (dates, versions, counts, amounts), so a placeholder
+ * cannot come from the data. */
+std::string label(const std::string& lang, const char* msgid);
+
 /* Installs a global locale; restores the previous one when it goes. */
 class GlobalLocale {
  public:
@@ -230,6 +237,12 @@ class GlobalLocale {
  * starting on a new page, totals (table class "totals") set apart. Ends
  * with the opening <body>. */
 std::string htmlPageStart(const std::string& lang, const std::string& title);
+
+/* reader.read(data, file) with a Progress bar labelled file that follows
+ * the XML reader through the text (the loading before it is quick; the
+ * reading and checking of the records is what takes long). */
+bool readCatalogueText(qor::quv::basket::CatalogueReader& reader, const std::string& data,
+                       const std::string& file);
 
 /* Reads the catalogue file at path (or standard input for "-") into
  * reader, reporting its faults as "file:line: message" on err; false (after

@@ -23,6 +23,8 @@
 #ifndef KELP_UTIL_UTL_CATALOGUEREADER_H
 #define KELP_UTIL_UTL_CATALOGUEREADER_H
 
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -47,6 +49,13 @@ class KELP_API CatalogueReader {
    * messages. False after a fault outside the articles. */
   bool read(const std::string& text, const std::string& systemId = std::string());
 
+  /* Called during read() with the bytes of the document the XML reader has
+   * taken so far and the document's size, after each block it takes (so a
+   * progress display follows the reading itself); the last call has done ==
+   * total when the whole document was read. Empty by default. */
+  using ProgressFn = std::function<void(std::size_t done, std::size_t total)>;
+  void setProgress(ProgressFn progress) { progress_ = std::move(progress); }
+
   const Catalogue& getCatalogue() const { return catalogue_; }
   const std::vector<CatalogueFault>& getFaults() const { return faults_; }
   /* Number of articles left out. */
@@ -64,6 +73,7 @@ class KELP_API CatalogueReader {
   int invalid_ = 0;
   std::string fatalMessage_;
   int fatalLine_ = 0;
+  ProgressFn progress_;
 };
 
 }  // namespace qor::quv::basket
