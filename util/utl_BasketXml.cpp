@@ -11,9 +11,7 @@
 
 #include <kelp/util/utl_Decimal.h>
 #include <kelp/xml/sax/sax_DefaultHandler.h>
-#include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/sax/sax_ParseException.h>
-#include <kelp/xml/sax/sax_SimpleXMLReader.h>
 #include <kelp/xml/xml_Writer.h>
 #include <kelp/xml/xml_XMLWriterItfWrapper.h>
 
@@ -309,41 +307,13 @@ bool writeBasket(xml::XMLWriterItfWrapper& w, const Basket& b) {
 }  // namespace
 
 bool BasketXml::read(const std::string& text, Basket* basket, std::string* error, int* line) {
-  try {
-    std::istringstream in(text);
-    xml::sax::ISInputSource source("", "basket", &in, false);
-    Reader handler(text);
-    xml::sax::SimpleXMLReader reader(nullptr);
-    reader.setFeature(xml::sax::SimpleXMLReader::UseUTF8, true);
-    // Documents come from outside: they never make the reader open a file.
-    reader.setFeature(xml::sax::SimpleXMLReader::ExternalGeneralEntities, false);
-    reader.setFeature(xml::sax::SimpleXMLReader::ExternalParameterEntities, false);
-    reader.setContentHandler(&handler);
-    reader.setErrorHandler(&handler);
-    if (!reader.parse(&source)) {
-      if (error) *error = handler.fatal.empty() ? "cannot read the basket" : handler.fatal;
-      if (line) *line = handler.fatalLine;
-      return false;
-    }
-    *basket = std::move(handler.basket);
-    return true;
-  } catch (const std::bad_alloc&) {
-    if (error) *error = "out of memory";
-    if (line) *line = 0;
-    return false;
-  }
+  return detail::readRecordXml(text, "basket", "cannot read the basket", &Reader::basket, basket,
+                               error, line);
 }
 
 bool BasketXml::write(const Basket& basket, xml::IXMLWriter* writer, std::string* error) {
-  xml::XMLWriterItfWrapper w(writer);
-  try {
-    if (writeBasket(w, basket) && w.flush()) return true;
-  } catch (const std::bad_alloc&) {
-    if (error) *error = "out of memory";
-    return false;
-  }
-  if (error) *error = w.getErrorMessage();
-  return false;
+  return detail::writeRecordXml(
+      writer, [&](xml::XMLWriterItfWrapper& w) { return writeBasket(w, basket); }, error);
 }
 
 std::string BasketXml::toString(const Basket& basket) {

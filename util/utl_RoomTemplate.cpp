@@ -13,9 +13,7 @@
 #include <kelp/util/utl_EMatrix4.h>
 #include <kelp/util/utl_EUUID.h>
 #include <kelp/xml/sax/sax_DefaultHandler.h>
-#include <kelp/xml/sax/sax_ISInputSource.h>
 #include <kelp/xml/sax/sax_ParseException.h>
-#include <kelp/xml/sax/sax_SimpleXMLReader.h>
 #include <kelp/xml/xml_Writer.h>
 #include <kelp/xml/xml_XMLWriterItfWrapper.h>
 
@@ -354,38 +352,13 @@ Basket RoomTemplate::toBasket(const Catalogue* catalogue) const {
 
 bool RoomTemplate::read(const std::string& text, RoomTemplate* room, std::string* error,
                         int* line) {
-  try {
-    std::istringstream in(text);
-    xml::sax::ISInputSource source("", "room", &in, false);
-    Reader handler(text);
-    xml::sax::SimpleXMLReader reader(nullptr);
-    reader.setFeature(xml::sax::SimpleXMLReader::UseUTF8, true);
-    reader.setContentHandler(&handler);
-    reader.setErrorHandler(&handler);
-    if (!reader.parse(&source)) {
-      if (error) *error = handler.fatal.empty() ? "cannot read the room" : handler.fatal;
-      if (line) *line = handler.fatalLine;
-      return false;
-    }
-    *room = std::move(handler.room);
-    return true;
-  } catch (const std::bad_alloc&) {
-    if (error) *error = "out of memory";
-    if (line) *line = 0;
-    return false;
-  }
+  return detail::readRecordXml(text, "room", "cannot read the room", &Reader::room, room, error,
+                               line);
 }
 
 bool RoomTemplate::write(const RoomTemplate& room, xml::IXMLWriter* writer, std::string* error) {
-  xml::XMLWriterItfWrapper w(writer);
-  try {
-    if (writeRoom(w, room) && w.flush()) return true;
-  } catch (const std::bad_alloc&) {
-    if (error) *error = "out of memory";
-    return false;
-  }
-  if (error) *error = w.getErrorMessage();
-  return false;
+  return detail::writeRecordXml(
+      writer, [&](xml::XMLWriterItfWrapper& w) { return writeRoom(w, room); }, error);
 }
 
 std::string RoomTemplate::toString(const RoomTemplate& room) {
